@@ -1,0 +1,28 @@
+#ifndef TOOL_BINDING_TOOL_ADMIT_PROGRAM_HPP_
+#define TOOL_BINDING_TOOL_ADMIT_PROGRAM_HPP_
+
+// What the program does once its options are read.
+
+#include <optional>
+#include <string>
+
+namespace tool_binding::tool_admit {
+
+enum ExitStatus { succeeded = 0, some_refused = 1, failed = 2 };
+
+struct Options {
+  std::optional<std::string> tools = {};     // the tools file; nothing: the built-in tools
+  std::optional<std::string> requests = {};  // the requests file; nothing: standard input
+  bool skip_unsupported = false;
+  bool display = false;
+  bool schema = false;
+  bool check = false;
+};
+
+// Writes to the standard streams. Sets TOOLS. Throws std::runtime_error, with a message for the
+// user, when a file cannot be read or written.
+[[nodiscard]] ExitStatus run(const Options& options);
+
+}  // namespace tool_binding::tool_admit
+
+#endif  // TOOL_BINDING_TOOL_ADMIT_PROGRAM_HPP_

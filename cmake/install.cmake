@@ -1,0 +1,31 @@
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tool_binding)
+
+install(TARGETS tool_binding EXPORT tool_bindingTargets
+  RUNTIME COMPONENT core
+  LIBRARY COMPONENT core NAMELINK_COMPONENT dev
+  ARCHIVE COMPONENT dev)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+install(EXPORT tool_bindingTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
+  COMPONENT dev)
+
+if(TOOL_BINDING_BUILD_JSON)
+  install(TARGETS tool_binding_json EXPORT tool_bindingJsonTargets)
+  install(DIRECTORY adapters/json/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    COMPONENT json)
+  install(EXPORT tool_bindingJsonTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
+    COMPONENT json)
+endif()
+
+configure_package_config_file(cmake/tool_bindingConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/tool_bindingConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+configure_file(cmake/tool_binding.pc.in ${PROJECT_BINARY_DIR}/tool_binding.pc @ONLY)
+install(FILES
+  ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake
+  ${PROJECT_BINARY_DIR}/tool_bindingConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT dev)
+install(FILES ${PROJECT_BINARY_DIR}/tool_binding.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

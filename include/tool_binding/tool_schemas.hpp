@@ -1,0 +1,89 @@
+#ifndef TOOL_BINDING_TOOL_SCHEMAS_HPP_
+#define TOOL_BINDING_TOOL_SCHEMAS_HPP_
+
+// Tools as servers publish them: an array of {"name", "description", "inputSchema"}, each schema a
+// flat JSON Schema object, read into tool specifications and written from them. Both sides are
+// Values, so that no JSON library is needed here.
+//
+//   ToolsReading reading = read_tools(published);
+//   if (reading.errors.empty()) set_tools(ToolTable(std::move(reading.tools)));
+//
+// What a property may hold, and the parameter that it becomes; a keyword that is null is left out:
+//
+//   type                      integer, number, boolean, string or array, also [T, "null"]; may be
+//                             left out beside an enum
+//   anyOf, oneOf              of T and null: read as T, what stands beside the union counting first
+//   enum, items.enum          texts; in an array each item must be one of them
+//   items.type                "string" turns items into text, any other leaves them as they are
+//   minimum, maximum          finite numbers
+//   default, description
+//   x-synonyms                [names]
+//   x-blank-is-value          true or false
+//   x-required-for            [actions]
+//   x-action-defaults         {action: value}, null being a value
+//   x-default                 the default for the actions that x-action-defaults leaves out, which
+//                             is not published as a default; otherwise the same as default
+//
+// The property "action" lists the tool's actions: enum, default, x-synonyms {action: [names]}.
+// "required" is read as it is.
+//
+// Errors: what a parameter cannot express (an object, another union, $ref, allOf, no type), a value
+// of the wrong kind, two tools or two actions of one name, a name that is blank, undeclared or kept
+// for requests (repo, repo_root), a default action that is none. Warnings: a keyword that is not
+// enforced or not read, and what is doubtful: a default that admission would not let through,
+// bounds the wrong way round or without effect, enum entries that requests cannot tell apart or
+// cannot give, a name that is listed twice, a synonym that another name takes.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool_binding/export.hpp"
+#include "tool_binding/tool_registry.hpp"
+#include "tool_binding/value.hpp"
+
+namespace tool_binding {
+
+// The action that a request with these arguments runs, as text: the one that they name under
+// ACTION_PARAM, else (absent, none or blank) the default action of the tool in TOOLS. None when
+// TOOLS has no such tool, when there is no default, or when the tool has no such action.
+[[nodiscard]] TOOL_BINDING_EXPORT Value effective_action(std::string_view tool,
+                                                         const Mapping& arguments);
+
+// What is wrong or doubtful in published tools, and where.
+struct SchemaProblem {
+  std::string tool;       // its name; "tool N" (N counted from 1) for one without; empty: the whole
+  std::string parameter;  // empty: the tool itself
+  std::string reason;
+
+  friend bool operator==(const SchemaProblem&, const SchemaProblem&) = default;
+};
+
+// "TOOL, 'PARAMETER': REASON", without the parts that are empty.
+[[nodiscard]] TOOL_BINDING_EXPORT std::string problem_line(const SchemaProblem& problem);
+
+// The tools that could be read, in their order, and all that was found. A tool with an error is
+// not among the tools; warnings keep none back.
+struct ToolsReading {
+  std::vector<ToolSpec> tools;
+  std::vector<SchemaProblem> errors;
+  std::vector<SchemaProblem> warnings;
+};
+
+// Reads an array of tools, or an object with such an array under "tools". Never throws for what it
+// reads: a value that is neither is one error. All errors of all tools are told. Cost: linear in
+// what is read and told, whatever its nesting.
+[[nodiscard]] TOOL_BINDING_EXPORT ToolsReading read_tools(const Value& published);
+
+// The tools as such an array. A parameter whose default differs by action shows no default. What is
+// published reads back as equal tools without an error, save for what no schema can say: what is an
+// error above, the items' type of what is no array, an action that stands twice in action_defaults,
+// and a default action without actions.
+[[nodiscard]] TOOL_BINDING_EXPORT Value published_tools(const ToolTable& tools);
+
+// One tool's input schema.
+[[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_TOOL_SCHEMAS_HPP_

@@ -1,0 +1,474 @@
+#ifndef TOOL_BINDING_VALUE_HPP_
+#define TOOL_BINDING_VALUE_HPP_
+
+// Value: the dynamically typed value that every argument, default and context entry is, and
+// Mapping: values by name, in the order in which the names were first set.
+//
+//   Mapping request{{"query", "main"}, {"limit", "5"}};
+//   request.set("paths", List{"src", "include"});
+//   display_form(request) == "{'query': 'main', 'limit': '5', 'paths': ['src', 'include']}"
+//
+// Text is UTF-8 and reading it is total: a surrogate encoded in three bytes is that code point, and
+// any other byte that is no part of well-formed UTF-8 counts as the one code point U+DC00 + byte.
+// Bytes are kept as they came; equality compares bytes. No locale is ever consulted.
+//
+// Nesting is bounded by memory alone: building, copying, comparing, showing and destroying a value
+// take linear time and no stack, however deep its lists and mappings are nested.
+//
+// Threads: const calls on one object are safe from many threads; others need a lock outside.
+// Failure: whatever allocates may throw std::bad_alloc; a call that throws changes nothing, unless
+// it says otherwise.
+
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "tool_binding/export.hpp"
+
+namespace tool_binding {
+
+class Mapping;
+class Value;
+
+// The items of a list value.
+using List = std::vector<Value>;
+
+enum class Kind : std::uint8_t { none, boolean, integer, float_, text, list, mapping, object };
+
+// "none", "boolean", "integer", "float", "text", "list", "mapping" or "object".
+[[nodiscard]] TOOL_BINDING_EXPORT std::string_view kind_name(Kind kind) noexcept;
+
+// A value of one kind where another is needed, for instance as_text() of a list.
+class TOOL_BINDING_EXPORT TypeError : public std::logic_error {
+ public:
+  using std::logic_error::logic_error;
+  ~TypeError() override;
+};
+
+// Base of what a daemon passes through to its handlers (a repository, an engine) and the library
+// never looks into. Shown as `<NAME>`, NAME being the type name given here.
+class TOOL_BINDING_EXPORT Object {
+ public:
+  explicit Object(std::string type_name) : type_name_(std::move(type_name)) {}
+  virtual ~Object();
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+  [[nodiscard]] const std::string& type_name() const noexcept { return type_name_; }
+
+ private:
+  std::string type_name_;
+};
+
+// A whole number of any size, as an integer value holds it: 64 bits, or beyond them the exact
+// decimal digits with a "-" before a negative one. A view: valid as long as its Value is unchanged.
+class Integer {
+ public:
+  constexpr explicit Integer(std::int64_t small) noexcept : small_(small) {}
+
+  [[nodiscard]] constexpr bool fits_int64() const noexcept { return digits_.empty(); }
+  // Precondition: fits_int64().
+  [[nodiscard]] constexpr std::int64_t int64() const noexcept { return small_; }
+  // The decimal digits of a number beyond 64 bits; empty for any other.
+  [[nodiscard]] constexpr std::string_view digits() const noexcept { return digits_; }
+
+ private:
+  friend class Value;
+  constexpr explicit Integer(std::string_view digits) noexcept : digits_(digits) {}
+
+  std::int64_t small_ = 0;
+  std::string_view digits_;
+};
+
+// One value. A boolean is never an integer or a number.
+//
+// It is built implicitly from its exact kinds and from nothing else: a pointer is no boolean, a
+// character no integer. Every kind K has four accessors: is_K() tests; if_K() is the content, or
+// nothing (null, or an empty optional) for another kind; as_K() throws TypeError for another kind;
+// get_K() requires the kind. Views and pointers they give are valid until the Value is changed,
+// moved or destroyed: short text and small numbers stand in the Value itself.
+//
+// Equality: same kind and same content, so that 1 and 1.0 differ; floats compare as numbers do
+// (a not-a-number equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity.
+//
+// Cost: 16 bytes. None, booleans, 64-bit integers, floats and text of up to 15 bytes need no
+// allocation; copying anything else copies all that it holds.
+class TOOL_BINDING_EXPORT Value {
+ public:
+  constexpr Value() noexcept = default;
+  template <std::same_as<bool> T>
+  Value(T boolean) noexcept {
+    set_payload(Tag::boolean, std::uint64_t{boolean});
+  }
+  // Any integer type but the character types.
+  template <std::integral T>
+  requires(!std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
+           !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>)
+      Value(T integer) {
+    if (std::in_range<std::int64_t>(integer)) {
+      set_payload(Tag::small_integer, static_cast<std::int64_t>(integer));
+    } else {
+      *this = integer_of(std::to_string(integer));
+    }
+  }
+  Value(Integer integer);
+  template <std::floating_point T>
+  requires(sizeof(T) <= sizeof(double)) Value(T number)
+  noexcept { set_payload(Tag::float_, double{number}); }
+  Value(std::string_view text) {
+    if (text.size() <= inline_capacity) {
+      set_inline_text(text);
+    } else {
+      set_heap_text(Tag::heap_text, text);
+    }
+  }
+  Value(const std::string& text) : Value(std::string_view(text)) {}
+  Value(const char* text) : Value(std::string_view(text)) {}
+  Value(std::nullptr_t) = delete;
+  template <class T>
+  requires(!std::same_as<std::remove_const_t<T>, char>) Value(T*)
+  = delete;
+  Value(List items);
+  Value(Mapping mapping);
+  // The object is shared, never copied. A null pointer throws std::invalid_argument.
+  Value(std::shared_ptr<Object> object);
+  template <std::derived_from<Object> T>
+  Value(std::shared_ptr<T> object) : Value(std::shared_ptr<Object>(std::move(object))) {}
+
+  Value(const Value& other) : bytes_(other.bytes_) {
+    if (owns_heap()) copy_heap(other);
+  }
+  Value(Value&& other) noexcept : bytes_(other.bytes_) { other.bytes_ = {}; }
+  Value& operator=(const Value& other) {
+    if (this != &other) *this = Value(other);
+    return *this;
+  }
+  // A value may be replaced by one that stands inside it.
+  Value& operator=(Value&& other) noexcept {
+    const std::array<char, 16> incoming = std::exchange(other.bytes_, {});
+    if (owns_heap()) release_heap();
+    bytes_ = incoming;
+    return *this;
+  }
+  ~Value() {
+    if (owns_heap()) release_heap();
+  }
+
+  // The integer that `decimal` writes: an optional "-" and decimal digits, leading zeros allowed.
+  // Throws std::invalid_argument for any other text. Cost: linear in the digits.
+  [[nodiscard]] static Value integer_of(std::string_view decimal);
+
+  [[nodiscard]] Kind kind() const noexcept {
+    return tag() >= Tag::inline_text ? Kind::text : kinds_[static_cast<std::size_t>(tag())];
+  }
+
+  [[nodiscard]] bool is_none() const noexcept { return tag() == Tag::none; }
+
+  [[nodiscard]] bool is_boolean() const noexcept { return tag() == Tag::boolean; }
+  [[nodiscard]] std::optional<bool> if_boolean() const noexcept {
+    return is_boolean() ? std::optional(get_boolean()) : std::nullopt;
+  }
+  [[nodiscard]] bool as_boolean() const { return require(Kind::boolean).get_boolean(); }
+  [[nodiscard]] bool get_boolean() const noexcept { return payload<std::uint64_t>() != 0; }
+
+  [[nodiscard]] bool is_integer() const noexcept {
+    return tag() == Tag::small_integer || tag() == Tag::big_integer;
+  }
+  [[nodiscard]] std::optional<Integer> if_integer() const noexcept {
+    return is_integer() ? std::optional(get_integer()) : std::nullopt;
+  }
+  [[nodiscard]] Integer as_integer() const { return require(Kind::integer).get_integer(); }
+  [[nodiscard]] Integer get_integer() const noexcept {
+    return tag() == Tag::small_integer ? Integer(payload<std::int64_t>()) : Integer(heap_text());
+  }
+
+  // An integer of 64 bits: nothing for a larger one, for which as_int64() throws
+  // std::overflow_error.
+  [[nodiscard]] bool is_int64() const noexcept { return tag() == Tag::small_integer; }
+  [[nodiscard]] std::optional<std::int64_t> if_int64() const noexcept {
+    return is_int64() ? std::optional(get_int64()) : std::nullopt;
+  }
+  [[nodiscard]] std::int64_t as_int64() const;
+  [[nodiscard]] std::int64_t get_int64() const noexcept { return payload<std::int64_t>(); }
+
+  [[nodiscard]] bool is_float() const noexcept { return tag() == Tag::float_; }
+  [[nodiscard]] std::optional<double> if_float() const noexcept {
+    return is_float() ? std::optional(get_float()) : std::nullopt;
+  }
+  [[nodiscard]] double as_float() const { return require(Kind::float_).get_float(); }
+  [[nodiscard]] double get_float() const noexcept { return payload<double>(); }
+
+  [[nodiscard]] bool is_text() const noexcept {
+    return tag() >= Tag::inline_text || tag() == Tag::heap_text;
+  }
+  [[nodiscard]] std::optional<std::string_view> if_text() const noexcept {
+    return is_text() ? std::optional(get_text()) : std::nullopt;
+  }
+  [[nodiscard]] std::string_view as_text() const { return require(Kind::text).get_text(); }
+  [[nodiscard]] std::string_view get_text() const noexcept {
+    return tag() >= Tag::inline_text ? std::string_view(bytes_.data(), inline_size()) : heap_text();
+  }
+
+  [[nodiscard]] bool is_list() const noexcept { return tag() == Tag::list; }
+  [[nodiscard]] const List* if_list() const noexcept { return is_list() ? &get_list() : nullptr; }
+  [[nodiscard]] List* if_list() noexcept { return is_list() ? &get_list() : nullptr; }
+  [[nodiscard]] const List& as_list() const { return require(Kind::list).get_list(); }
+  [[nodiscard]] List& as_list() {
+    require(Kind::list);
+    return get_list();
+  }
+  [[nodiscard]] const List& get_list() const noexcept;
+  [[nodiscard]] List& get_list() noexcept;
+
+  [[nodiscard]] bool is_mapping() const noexcept { return tag() == Tag::mapping; }
+  [[nodiscard]] const Mapping* if_mapping() const noexcept {
+    return is_mapping() ? &get_mapping() : nullptr;
+  }
+  [[nodiscard]] Mapping* if_mapping() noexcept { return is_mapping() ? &get_mapping() : nullptr; }
+  [[nodiscard]] const Mapping& as_mapping() const { return require(Kind::mapping).get_mapping(); }
+  [[nodiscard]] Mapping& as_mapping() {
+    require(Kind::mapping);
+    return get_mapping();
+  }
+  [[nodiscard]] const Mapping& get_mapping() const noexcept;
+  [[nodiscard]] Mapping& get_mapping() noexcept;
+
+  [[nodiscard]] bool is_object() const noexcept { return tag() == Tag::object; }
+  // Null for another kind, never for an object.
+  [[nodiscard]] std::shared_ptr<Object> if_object() const noexcept {
+    return is_object() ? get_object() : nullptr;
+  }
+  [[nodiscard]] const std::shared_ptr<Object>& as_object() const {
+    return require(Kind::object).get_object();
+  }
+  [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
+
+  friend bool operator==(const Value& left, const Value& right) {
+    return left.is_plain() || right.is_plain() ? same_bytes(left, right) : equal(left, right);
+  }
+
+ private:
+  friend class Mapping;
+  friend struct MappingAccess;
+
+  // The tag stands in the last byte; from inline_text on it counts the bytes of the text as well,
+  // whose unused bytes are zero. A text that fits is always inline, so equal texts look alike.
+  enum class Tag : unsigned char {
+    none,
+    boolean,
+    small_integer,
+    float_,
+    big_integer,
+    heap_text,
+    list,
+    mapping,
+    object,
+    inline_text = 16,
+  };
+  static constexpr std::size_t inline_capacity = 15;
+  static constexpr std::array<Kind, 9> kinds_ = {Kind::none,   Kind::boolean, Kind::integer,
+                                                 Kind::float_, Kind::integer, Kind::text,
+                                                 Kind::list,   Kind::mapping, Kind::object};
+  struct Container;
+  struct ListNode;
+  struct MappingNode;
+
+  [[nodiscard]] Tag tag() const noexcept { return static_cast<Tag>(bytes_[inline_capacity]); }
+  [[nodiscard]] bool owns_heap() const noexcept {
+    return tag() >= Tag::big_integer && tag() <= Tag::object;
+  }
+  // Equal to another value exactly when all bytes are equal.
+  [[nodiscard]] bool is_plain() const noexcept {
+    return tag() >= Tag::inline_text || tag() <= Tag::small_integer;
+  }
+  [[nodiscard]] static bool same_bytes(const Value& left, const Value& right) noexcept {
+    using Words = std::array<std::uint64_t, 2>;
+    const auto a = std::bit_cast<Words>(left.bytes_);
+    const auto b = std::bit_cast<Words>(right.bytes_);
+    return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
+  }
+  [[nodiscard]] std::size_t inline_size() const noexcept {
+    return static_cast<std::size_t>(tag()) - static_cast<std::size_t>(Tag::inline_text);
+  }
+  template <class T>
+  [[nodiscard]] T payload() const noexcept {
+    T content;
+    std::memcpy(&content, bytes_.data(), sizeof content);
+    return content;
+  }
+  template <class T>
+  void set_payload(Tag tag, T content) noexcept {
+    static_assert(sizeof content == sizeof(std::uint64_t));
+    std::memcpy(bytes_.data(), &content, sizeof content);
+    bytes_[inline_capacity] = static_cast<char>(tag);
+  }
+  void set_inline_text(std::string_view text) noexcept {
+    bytes_ = short_bytes(text);
+    bytes_[inline_capacity] =
+        static_cast<char>(static_cast<std::size_t>(Tag::inline_text) + text.size());
+  }
+  // Text of up to 15 bytes, followed by zeros. It is put together in registers from loads of fixed
+  // size that may overlap, which is several times faster than a copy of variable size.
+  static std::array<char, 16> short_bytes(std::string_view text) noexcept;
+
+  const Value& require(Kind kind) const {
+    if (this->kind() != kind) throw_wrong_kind(kind);
+    return *this;
+  }
+  [[noreturn]] void throw_wrong_kind(Kind wanted) const;
+  void set_heap_text(Tag tag, std::string_view text);
+  [[nodiscard]] std::string_view heap_text() const noexcept;
+  [[nodiscard]] Container* container() const noexcept;
+  void copy_heap(const Value& other);
+  void copy_leaf(const Value& other);
+  void release_heap() noexcept;
+  static void release_containers(Container* first) noexcept;
+  static bool equal(const Value& left, const Value& right);
+  static bool equal_leaves(const Value& left, const Value& right) noexcept;
+
+  alignas(std::uint64_t) std::array<char, 16> bytes_ = {};
+};
+
+inline std::array<char, 16> Value::short_bytes(std::string_view text) noexcept {
+  const std::size_t size = text.size();
+  std::array<char, 16> bytes = {};
+  if constexpr (std::endian::native != std::endian::little) {
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = text[i];
+    return bytes;
+  }
+  const auto load = [&text]<class Word>(std::size_t position, Word word) -> std::uint64_t {
+    std::memcpy(&word, text.data() + position, sizeof word);
+    return word;
+  };
+  std::array<std::uint64_t, 2> words = {};
+  if (size > 8) {
+    words = {load(0, std::uint64_t{}), load(size - 8, std::uint64_t{}) >> (8 * (16 - size))};
+  } else if (size >= 4) {
+    words[0] = load(0, std::uint32_t{}) | load(size - 4, std::uint32_t{}) << (8 * (size - 4));
+  } else if (size > 0) {
+    words[0] = load(0, std::uint8_t{}) | load(size / 2, std::uint8_t{}) << (8 * (size / 2)) |
+               load(size - 1, std::uint8_t{}) << (8 * (size - 1));
+  }
+  return std::bit_cast<std::array<char, 16>>(words);
+}
+
+// Values by name, in the order in which the names were first set: setting a name that is present
+// replaces its value and keeps its position.
+//
+// Keys are Values of any kind but list and mapping. Requests, and all that the library builds, have
+// text keys alone, and only text is looked up in constant time; a key of another kind is searched
+// for among all of them.
+// References and views into an entry are valid until the next set() or reserve().
+//
+// Cost: one allocation for up to some sixteen names, then an index beside them. The index hashes
+// with a key of its own process, so that no client can choose names that collide.
+class TOOL_BINDING_EXPORT Mapping {
+ public:
+  class Entry {
+   public:
+    Entry(Value key, Value entry_value) noexcept
+        : value(std::move(entry_value)), key_(std::move(key)) {}
+
+    [[nodiscard]] const Value& key() const noexcept { return key_; }
+    // The key's text. Precondition: the key is text.
+    [[nodiscard]] std::string_view name() const noexcept { return key_.get_text(); }
+
+    friend bool operator==(const Entry& left, const Entry& right) {
+      return left.key_ == right.key_ && left.value == right.value;
+    }
+
+    Value value;
+
+   private:
+    friend class Mapping;
+    friend class Value;
+    friend struct MappingAccess;
+    Value key_;
+  };
+  using iterator = std::vector<Entry>::iterator;
+  using const_iterator = std::vector<Entry>::const_iterator;
+
+  constexpr Mapping() noexcept = default;
+  // A repeated name keeps its first position and takes the later value.
+  Mapping(std::initializer_list<std::pair<std::string_view, Value>> entries);
+
+  [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
+  [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
+  void reserve(std::size_t count) { entries_.reserve(count); }
+
+  [[nodiscard]] const_iterator begin() const noexcept { return entries_.begin(); }
+  [[nodiscard]] const_iterator end() const noexcept { return entries_.end(); }
+  [[nodiscard]] iterator begin() noexcept { return entries_.begin(); }
+  [[nodiscard]] iterator end() noexcept { return entries_.end(); }
+
+  // The value under a text key, or null.
+  [[nodiscard]] const Value* find(std::string_view name) const noexcept;
+  [[nodiscard]] Value* find(std::string_view name) noexcept {
+    return const_cast<Value*>(std::as_const(*this).find(name));
+  }
+  // The value under a key of any kind, or null.
+  [[nodiscard]] const Value* find_key(const Value& key) const noexcept;
+  [[nodiscard]] Value* find_key(const Value& key) noexcept {
+    return const_cast<Value*>(std::as_const(*this).find_key(key));
+  }
+  [[nodiscard]] bool contains(std::string_view name) const noexcept {
+    return find(name) != nullptr;
+  }
+  // Throws std::out_of_range, naming the name, when it is absent.
+  [[nodiscard]] const Value& at(std::string_view name) const;
+
+  // Returns the value as it stands in the mapping. Throws TypeError when the key is a list or a
+  // mapping. Cost: constant, amortised.
+  Value& set(Value key, Value value);
+
+  friend bool operator==(const Mapping& left, const Mapping& right) {
+    return left.entries_ == right.entries_;
+  }
+
+ private:
+  friend class Value;
+  friend struct MappingAccess;
+
+  // Up to so many names a scan is as fast as an index.
+  static constexpr std::size_t scan_limit = 16;
+
+  template <class Matches>
+  const Value* find_if(std::string_view name, const Matches& matches) const noexcept;
+  // Takes the last entry back if there is no memory for its place in the index.
+  void index_last();
+  void rebuild_index();
+  void insert_in_index(std::size_t position) noexcept;
+
+  std::vector<Entry> entries_;
+  // Open addressing over positions + 1; empty while a scan is as fast.
+  std::vector<std::uint32_t> index_;
+};
+
+// The text that a value reads as: text itself, unchanged; any other kind its display_form.
+[[nodiscard]] TOOL_BINDING_EXPORT std::string text_form(const Value& value);
+
+// How a message shows a value: None, True, -7, 2.5, 1e+16, 'text', [1, 'a'], {'a': 1}, <NAME>.
+// Text stands in single quotes, or in double quotes when it holds a single and no double one;
+// in it, what is not printable is escaped (\t \n \r \xhh \uhhhh \Uhhhhhhhh).
+// Floats: the shortest digits that read back as the same float. Cost: linear in what is shown.
+[[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Value& value);
+
+// The version of the Unicode Character Database that white space, digits, letter case and
+// printability are taken from, for instance "15.0.0".
+[[nodiscard]] TOOL_BINDING_EXPORT std::string_view unicode_version() noexcept;
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_VALUE_HPP_

@@ -1,0 +1,87 @@
+#ifndef TOOL_BINDING_SRC_TEXT_SIMILARITY_HPP_
+#define TOOL_BINDING_SRC_TEXT_SIMILARITY_HPP_
+
+// How alike two names are, and which of many is nearest to one that was given.
+//
+// The similarity of a candidate to the given name is the Ratcliff/Obershelp ratio: twice the
+// characters that match, divided by the characters of both; 1 for two empty texts. What matches is
+// the longest block of characters that stands in both (of equally long ones the earliest in the
+// candidate, then the earliest in the given name) and, found in the same way, what the parts before
+// it and the parts after it have in common. The texts are not interchangeable: "ab" is similar to
+// "bacb" by 2/3, "bacb" to "ab" by 1/3.
+//
+// In a given name of 200 characters or more, a character that occurs more than length / 100 + 1
+// times is popular. Blocks are then searched among the other characters only; the block found, or
+// an empty one where both parts begin, grows at both ends over all characters that are equal.
+//
+// Characters are code points; upper and lower case are different ones.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace tool_binding {
+
+// Finds the best of the candidates offered to it:
+//
+//   NearestName nearest("qurey", 0.6);
+//   for (const std::string_view name : {"limit", "query"}) nearest.offer(name);
+//   nearest.best() == "query"
+//
+// The given name and the candidates must outlive it. Names of up to 64 characters take nothing from
+// the heap, longer ones what is linear in their length.
+class NearestName {
+ public:
+  // A candidate qualifies when its similarity is at least `cutoff`. Linear in the name.
+  NearestName(std::string_view given, double cutoff) noexcept;
+
+  // Constant time where the lengths rule the candidate out, as those of a very long given name and
+  // an ordinary candidate do; one pass over most other candidates that are not near. Between long
+  // names, each block found costs at most the characters of the candidate times the most
+  // occurrences in the given name of a character that is not popular.
+  void offer(std::string_view candidate);
+
+  // The most similar candidate that qualifies, of equally similar ones the greatest by code point,
+  // whatever the order of the offers.
+  [[nodiscard]] std::optional<std::string_view> best() const noexcept { return best_; }
+  // The similarity of the best, or the cutoff while there is none.
+  [[nodiscard]] double best_similarity() const noexcept { return threshold_; }
+
+ private:
+  // Bit i stands for character i of the given name, if that is short.
+  using Positions = std::uint64_t;
+  static constexpr std::size_t short_size = 64;
+
+  [[nodiscard]] bool ruled_out(std::string_view candidate) const noexcept;
+  // Both answer the similarity, or a number that is below the threshold too.
+  [[nodiscard]] double similarity_to(std::string_view candidate);
+  [[nodiscard]] double similarity_to_long(std::string_view candidate);
+  [[nodiscard]] Positions positions_of(char32_t character) const noexcept;
+  void index_long();
+
+  std::string_view given_;
+  std::size_t size_ = 0;  // of the given name, in characters
+  double threshold_;
+  std::optional<std::string_view> best_;
+
+  // The first characters of the given name: all of a short one.
+  std::array<Positions, 128> ascii_positions_{};
+  std::array<char32_t, short_size> characters_;
+
+  // Of the whole given name, made when the first candidate needs them. A popular character has no
+  // positions.
+  std::u32string long_characters_;
+  std::unordered_map<char32_t, std::vector<std::size_t>> long_positions_;
+};
+
+// The similarity of one candidate, from 0 to 1.
+[[nodiscard]] double similarity(std::string_view candidate, std::string_view given);
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_SRC_TEXT_SIMILARITY_HPP_

@@ -1,0 +1,459 @@
+#include "tool_binding/tool_binding.hpp"
+
+#include <algorithm>
+#include <initializer_list>
+
+#include "mapping_access.hpp"
+#include "numbers.hpp"
+#include "text/lower_case.hpp"
+#include "text/similarity.hpp"
+#include "text/trim.hpp"
+#include "tool_binding/tool_schemas.hpp"
+#include "tool_binding/utils/text_values.hpp"
+#include "tool_binding_private.hpp"
+#include "tool_index.hpp"
+
+namespace tool_binding {
+namespace {
+
+std::string line_of(std::initializer_list<std::string_view> pieces) {
+  std::size_t size = 0;
+  for (const std::string_view piece : pieces) size += piece.size();
+  std::string line;
+  line.reserve(size);
+  for (const std::string_view piece : pieces) line += piece;
+  return line;
+}
+
+std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
+  std::string all;
+  for (const std::string& text : texts) {
+    if (&text != &texts.front()) all += separator;
+    all += text;
+  }
+  return all;
+}
+
+bool is_routing(std::string_view name) noexcept {
+  return std::find(ROUTING_PARAMS_.begin(), ROUTING_PARAMS_.end(), name) != ROUTING_PARAMS_.end();
+}
+
+// A value's text_form, without a copy of text.
+class TextForm {
+ public:
+  explicit TextForm(const Value& value) : value_(value) {
+    if (!value.is_text()) shown_ = display_form(value);
+  }
+  operator std::string_view() const noexcept {
+    return value_.is_text() ? value_.get_text() : shown_;
+  }
+
+ private:
+  const Value& value_;
+  std::string shown_;
+};
+
+bool is_blank_text(const Value& value) noexcept {
+  return value.is_text() && is_blank(value.get_text());
+}
+
+}  // namespace
+
+// A request is admitted: each argument is taken in the request's order, then the result is drawn.
+
+ArgumentError::~ArgumentError() = default;
+
+namespace {
+
+// `Arguments` are read, or moved from when they are not const.
+template <class Arguments>
+NormalizedArguments admitted(const ToolSpec& spec, Arguments& arguments) {
+  Normalizing_ state(spec);
+  state.arguments.reserve(std::min(arguments.size(), spec.params().size()) + 1);
+  for (auto& entry : arguments) state.take(entry.key(), std::move(entry.value));
+  return state.result();
+}
+
+}  // namespace
+
+NormalizedArguments normalize_arguments(ToolRef tool, const Mapping& arguments) {
+  return admitted(tool.spec(), arguments);
+}
+
+NormalizedArguments normalize_arguments(ToolRef tool, Mapping&& arguments) {
+  return admitted(tool.spec(), arguments);
+}
+
+void Normalizing_::take(const Value& key, Argument_ argument) {
+  const std::string_view name = key.as_text();
+  const Value& value = argument.value();
+  if (is_routing(name) || value.is_none()) return;
+  if (name == ACTION_PARAM) {
+    if (!is_blank_text(value)) _take_action(value);
+    return;
+  }
+  const ParamIndex* param = index_.find(key);
+  if (param == nullptr) {
+    problems.push_back(_unknown_parameter(name));
+    return;
+  }
+  if (value.is_text() && !_given(param->spec, value)) return;
+  const bool is_declared = name == param->spec.name;
+  if (!is_declared && !_read_synonym(*param, name)) return;
+  Value coerced = _coerced(*param, argument);
+  if (!coerced.is_none()) {
+    MappingAccess::set(arguments, param->key, std::move(coerced));
+  } else if (is_declared) {
+    _named.insert(param->spec.name);
+  }
+}
+
+// Whether the synonym is read as its parameter's name; it is left out when that was given too.
+bool Normalizing_::_read_synonym(const ParamIndex& param, std::string_view name) {
+  const std::string& declared = param.spec.name;
+  alias_hit = true;
+  if (MappingAccess::find(arguments, param.key) != nullptr || _named.contains(declared)) {
+    notes.push_back(line_of({"'", name, "' was left out: '", declared, "' was given too"}));
+    return false;
+  }
+  notes.push_back(line_of({"'", name, "' was read as '", declared, "'"}));
+  return true;
+}
+
+void Normalizing_::_take_action(const Value& value) {
+  const ActionSpec* action = spec.action(value);
+  if (action == nullptr) {
+    _action_refused = true;
+    problems.push_back(spec.actions().empty() ? line_of({spec.name(), " takes no 'action'"})
+                                              : _unknown_action(spec, value));
+    return;
+  }
+  if (value.if_text() != action->name) {
+    alias_hit = true;
+    notes.push_back(
+        line_of({"the action '", text_form(value), "' was read as '", action->name, "'"}));
+  }
+  arguments.set(ACTION_PARAM, action->name);
+}
+
+std::string Normalizing_::_unknown_parameter(std::string_view name) const {
+  const std::vector<std::string>& names = spec.param_names();
+  std::string line = line_of({"Unknown parameter '", name, "' for ", spec.name(), "."});
+  if (const auto near = _nearest(name, index_.all_names); near && !near->empty()) {
+    const ParamSpec* param = spec.param(*near);
+    line += line_of({" Did you mean '", param != nullptr ? param->name : *near, "'?"});
+  }
+  line += names.empty() ? " It takes none." : line_of({" It takes: ", joined(names, ", "), "."});
+  return line;
+}
+
+// Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
+// bounded by nothing.
+Value Normalizing_::_coerced(const ParamIndex& index, Argument_ argument) {
+  const ParamSpec& param = index.spec;
+  Coercion_ coercion = COERCIONS_.at(param.type)(argument);
+  if (coercion.failure != Coercion_::Failure::none) {
+    problems.push_back(
+        line_of({"Parameter '", param.name, "' of ", spec.name(), " must be ",
+                 TYPE_WORDS_.at(param.type), ", not ", display_form(argument.value())}));
+    return {};
+  }
+  List* items = coercion.value.if_list();
+  if (items != nullptr && param.items_type == "string") {
+    for (Value& item : *items) {
+      if (!item.is_text()) item = text_form(item);
+    }
+  }
+  if (param.enum_.empty()) return _bounded(param, std::move(coercion.value));
+  if (items != nullptr) return _enum_items(index, *items);
+  const std::string* entry = _enum_value(index, TextForm(coercion.value));
+  return entry != nullptr ? Value(*entry) : Value();
+}
+
+Value Normalizing_::_enum_items(const ParamIndex& index, const List& items) {
+  List entries;
+  entries.reserve(items.size());
+  for (const Value& item : items) {
+    if (const std::string* entry = _enum_value(index, TextForm(item))) entries.emplace_back(*entry);
+  }
+  return entries.size() == items.size() ? Value(std::move(entries)) : Value();
+}
+
+// Most requests write an entry as it is found in the index, and need no lower case made.
+const std::string* Normalizing_::_enum_value(const ParamIndex& index, std::string_view value) {
+  const ParamSpec& param = index.spec;
+  const Value* position = index.enum_positions.find(value);
+  if (position == nullptr) position = index.enum_positions.find(lower_cased(trimmed(value)));
+  if (position != nullptr) return &param.enum_[static_cast<std::size_t>(position->get_int64())];
+  problems.push_back(line_of({"Parameter '", param.name, "' of ", spec.name(), " must",
+                              param.type == "array" ? " each" : "", " be one of: ",
+                              joined(param.enum_, ", "), "; not ", display_form(value)}));
+  return nullptr;
+}
+
+Value Normalizing_::_bounded(const ParamSpec& param, Value value) {
+  if (!value.is_integer() && !value.is_float()) return value;
+  const auto beyond = [&value](const Value& bound, std::partial_ordering side) {
+    if (bound.is_none()) return false;
+    const std::partial_ordering order = compare_numbers(value, bound);
+    if (order == std::partial_ordering::unordered && value.is_integer()) {
+      throw std::overflow_error("a not-a-number bounds no integer");
+    }
+    return order == side;
+  };
+  const bool below = beyond(param.minimum, std::partial_ordering::less);
+  if (!below && !beyond(param.maximum, std::partial_ordering::greater)) return value;
+  const Value& bound = below ? param.minimum : param.maximum;
+  Value used = param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
+  notes.push_back(line_of({"'", param.name, "' ", display_form(value), " is ",
+                           below ? "below the minimum" : "above the maximum", ": ",
+                           display_form(used), " was used"}));
+  return used;
+}
+
+Value Normalizing_::_action() {
+  if (const Value* named = arguments.find(ACTION_PARAM)) return text_form(*named);
+  if (_action_refused) return {};
+  Value action = effective_action(spec.name(), {});
+  if (action.is_text()) {
+    arguments.set(ACTION_PARAM, action);
+    return action;
+  }
+  if (!spec.actions().empty()) {
+    problems.push_back(
+        line_of({spec.name(), " needs an 'action': one of ", joined(spec.action_names(), ", ")}));
+  }
+  return {};
+}
+
+void Normalizing_::_check_required(const Value& action) {
+  for (std::string& line : _missing(spec, action.if_text(), arguments)) {
+    problems.push_back(std::move(line));
+  }
+}
+
+NormalizedArguments Normalizing_::result() {
+  const Value action = _action();
+  if (action.is_text() || spec.actions().empty()) _check_required(action);
+  if (!problems.empty()) throw ArgumentError(joined(problems, "; "));
+  return NormalizedArguments(std::move(arguments), std::move(notes), alias_hit);
+}
+
+std::string _unknown_action(const ToolSpec& spec, const Value& action) {
+  std::string error = spec.unknown_action_error(action);
+  if (const auto near = _nearest(text_form(action), spec.action_names())) {
+    error += line_of({". Did you mean '", *near, "'?"});
+  }
+  return error;
+}
+
+std::optional<std::string_view> _nearest(std::string_view name,
+                                         std::span<const std::string> candidates) {
+  NearestName nearest(name, NEAR_NAME_CUTOFF_);
+  for (const std::string& candidate : candidates) nearest.offer(candidate);
+  return nearest.best();
+}
+
+std::optional<std::string> missing_arguments(std::string_view tool,
+                                             std::optional<std::string_view> action,
+                                             const Mapping& arguments) {
+  const std::vector<std::string> lines = _missing(TOOLS.at(tool), action, arguments);
+  if (lines.empty()) return std::nullopt;
+  return joined(lines, "; ");
+}
+
+std::vector<std::string> _missing(const ToolSpec& spec, std::optional<std::string_view> action,
+                                  const Mapping& arguments) {
+  std::vector<std::string> lines;
+  const bool is_named = action && !action->empty();
+  for (const ParamIndex* index : ToolIndex::of(spec).needed) {
+    const ParamSpec& param = index->spec;
+    if (!param.required_by(action)) continue;
+    const Value* value = MappingAccess::find(arguments, index->key);
+    if (value != nullptr && _given(param, *value)) continue;
+    lines.push_back(is_named ? line_of({spec.name(), " '", *action, "' needs '", param.name, "'"})
+                             : line_of({spec.name(), " needs '", param.name, "'"}));
+  }
+  return lines;
+}
+
+bool _given(const ParamSpec& param, const Value& value) noexcept {
+  if (value.is_none()) return false;
+  if (param.blank_is_value) return true;
+  if (const List* items = value.if_list()) return !items->empty();
+  return !is_blank_text(value);
+}
+
+// The coercers: each reads the kinds of value that its type can be sent as.
+
+namespace {
+
+Coercion_ wrong_kind(const Value& value) {
+  return {{}, Coercion_::Failure::type_error, kind_name(value.kind())};
+}
+
+Coercion_ wrong_content(std::string_view message) {
+  return {{}, Coercion_::Failure::value_error, message};
+}
+
+}  // namespace
+
+Coercion_ _integer(Argument_ argument) {
+  const Value& value = argument.value();
+  switch (value.kind()) {
+    case Kind::boolean:
+      return {{}, Coercion_::Failure::type_error, "a boolean is no integer"};
+    case Kind::float_:
+      if (!is_whole(value.get_float())) return wrong_content("not a whole number");
+      return {to_integer(value)};
+    case Kind::text:
+      if (auto integer = read_integer(value.get_text())) return {*std::move(integer)};
+      return wrong_content("text that names no whole number");
+    case Kind::integer:
+      return {argument.take()};
+    default:
+      return wrong_kind(value);
+  }
+}
+
+Coercion_ _number(Argument_ argument) {
+  const Value& value = argument.value();
+  switch (value.kind()) {
+    case Kind::integer:
+    case Kind::float_:
+      return {to_float(value)};
+    case Kind::text:
+      if (const auto number = read_float(value.get_text())) return {*number};
+      return wrong_content("text that names no number");
+    default:
+      return wrong_kind(value);
+  }
+}
+
+Coercion_ _boolean(Argument_ argument) {
+  const Value& value = argument.value();
+  if (value.is_boolean()) return {value};
+  if (const auto integer = value.if_int64(); integer == 0 || integer == 1) return {*integer == 1};
+  if (!value.is_text()) return wrong_kind(value);
+  try {
+    return {parse_bool(value.get_text())};
+  } catch (const std::invalid_argument&) {
+    return wrong_content("text that names no boolean");
+  }
+}
+
+Coercion_ _string(Argument_ argument) {
+  const Value& value = argument.value();
+  switch (value.kind()) {
+    case Kind::text:
+      return {argument.take()};
+    case Kind::integer:
+    case Kind::float_:
+      return {text_form(value)};
+    default:
+      return wrong_kind(value);
+  }
+}
+
+Coercion_ _array(Argument_ argument) {
+  const Value& value = argument.value();
+  if (value.is_list()) return {argument.take()};
+  if (!value.is_text()) return wrong_kind(value);
+  try {
+    return {split_csv(value.get_text())};
+  } catch (const std::invalid_argument&) {
+    return wrong_content("text that cannot be split");
+  }
+}
+
+constinit const TypeTable_<Coercion_ (*)(Argument_)> COERCIONS_ = {{{
+    {"integer", _integer},
+    {"number", _number},
+    {"boolean", _boolean},
+    {"string", _string},
+    {"array", _array},
+}}};
+
+constinit const TypeTable_<std::string_view> TYPE_WORDS_ = {{{
+    {"integer", "a whole number"},
+    {"number", "a number"},
+    {"boolean", "true or false"},
+    {"string", "text"},
+    {"array", "a list (or comma-separated text)"},
+}}};
+
+// The admitted arguments are bound: every declared parameter gets its value.
+
+namespace {
+
+Value default_of(const ParamSpec& param) {
+  return param.action_defaults.empty() ? param.default_ : Value();
+}
+
+// `Arguments` are read, or moved from when they are not const.
+template <class Arguments>
+Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
+  Mapping bound;
+  bound.reserve(spec.params().size() + 1);
+  if (!spec.actions().empty()) {
+    bound.set(ACTION_PARAM, effective_action(spec.name(), arguments));
+  }
+  for (const ParamIndex& param : ToolIndex::of(spec).param_index) {
+    auto* given = MappingAccess::find(arguments, param.key);
+    Value value = given != nullptr ? std::move(*given) : default_of(param.spec);
+    if (param.spec.name == ACTION_PARAM) {
+      MappingAccess::set(bound, param.key, std::move(value));
+    } else {
+      MappingAccess::append(bound, param.key, std::move(value));
+    }
+  }
+  return bound;
+}
+
+}  // namespace
+
+Mapping bind_arguments(ToolRef tool, const Mapping& arguments) {
+  return bound_from(tool.spec(), arguments);
+}
+
+Mapping bind_arguments(ToolRef tool, Mapping&& arguments) {
+  return bound_from(tool.spec(), arguments);
+}
+
+Value _bound_value(const ParamSpec& param, const Mapping& arguments) {
+  const Value* value = arguments.find(param.name);
+  return value != nullptr ? *value : default_of(param);
+}
+
+Value action_default(std::string_view tool, std::string_view name, std::string_view action) {
+  const ParamSpec* param = TOOLS.at(tool).param(name);
+  if (param == nullptr) {
+    throw std::out_of_range(
+        line_of({"the registry's ", tool, " tool declares no ", display_form(name)}));
+  }
+  const auto& defaults = param->action_defaults;
+  const auto last = std::find_if(defaults.rbegin(), defaults.rend(),
+                                 [action](const auto& row) { return row.first == action; });
+  return last != defaults.rend() ? last->second : param->default_;
+}
+
+// The handler is called with what is bound, and with the context that it takes.
+
+Mapping handler_kwargs(const Handler& handler, Mapping bound, const Mapping& context) {
+  const auto takes = _parameter_names(handler);
+  for (const Mapping::Entry& entry : context) {
+    if (!takes || takes->contains(entry.key().as_text())) bound.set(entry.key(), entry.value);
+  }
+  return bound;
+}
+
+std::optional<std::set<std::string_view>> _parameter_names(const Handler& handler) {
+  std::set<std::string_view> names;
+  for (const HandlerParameter& parameter : handler.signature) {
+    if (parameter.kind == ParameterKind::VAR_KEYWORD) return std::nullopt;
+    if (parameter.kind != ParameterKind::VAR_POSITIONAL) names.insert(parameter.name);
+  }
+  return names;
+}
+
+}  // namespace tool_binding

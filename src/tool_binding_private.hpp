@@ -1,0 +1,131 @@
+#ifndef TOOL_BINDING_SRC_TOOL_BINDING_PRIVATE_HPP_
+#define TOOL_BINDING_SRC_TOOL_BINDING_PRIVATE_HPP_
+
+// The steps of admission and binding, for tool_binding.cpp and its tests.
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tool_binding/tool_binding.hpp"
+#include "tool_index.hpp"
+
+namespace tool_binding {
+
+// Arguments that say which repository a request runs against. The daemon supplies it to handlers
+// itself, so admission drops them.
+inline constexpr std::array<std::string_view, 2> ROUTING_PARAMS_ = {REPO_ROOT_ARGUMENT, "repo"};
+
+// The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
+inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
+
+// A value of the request: copied out of a request that stays the caller's, moved out of one that
+// was handed over. Moved at most once, and only when nothing can refuse it any more.
+class Argument_ {
+ public:
+  Argument_(const Value& value) noexcept : value_(value) {}
+  Argument_(const Value&& value) noexcept : value_(value) {}
+  Argument_(Value&& value) noexcept : value_(value), movable_(&value) {}
+
+  [[nodiscard]] const Value& value() const noexcept { return value_; }
+  [[nodiscard]] Value take() const { return movable_ != nullptr ? std::move(*movable_) : value_; }
+
+ private:
+  const Value& value_;
+  Value* movable_ = nullptr;
+};
+
+// What a coercer makes of a value: the converted value, or why there is none. A type error: a value
+// of this kind cannot be read as the type at all; a value error: its content cannot.
+struct Coercion_ {
+  enum class Failure : std::uint8_t { none, type_error, value_error };
+
+  Value value;
+  Failure failure = Failure::none;
+  std::string_view message = {};
+};
+
+// The state of one request's admission. `take` is called once for each argument, in the request's
+// order, then `result` once.
+class Normalizing_ {
+ public:
+  explicit Normalizing_(const ToolSpec& tool) : spec(tool), index_(ToolIndex::of(tool)) {}
+
+  // Throws TypeError when the name is not text.
+  void take(const Value& name, Argument_ argument);
+  void _take_action(const Value& value);
+  [[nodiscard]] std::string _unknown_parameter(std::string_view name) const;
+  // None, and a problem, for a value that cannot be taken.
+  [[nodiscard]] Value _coerced(const ParamIndex& param, Argument_ argument);
+  // The enumeration's own spelling; null, and a problem, for a text that it does not hold.
+  [[nodiscard]] const std::string* _enum_value(const ParamIndex& param, std::string_view value);
+  [[nodiscard]] Value _bounded(const ParamSpec& param, Value value);
+  // Text, or none.
+  [[nodiscard]] Value _action();
+  void _check_required(const Value& action);
+  [[nodiscard]] NormalizedArguments result();
+
+  const ToolSpec& spec;
+  Mapping arguments;
+  std::vector<std::string> notes;
+  std::vector<std::string> problems;
+  bool alias_hit = false;
+  // Parameters that were refused under their declared names. (One that was stored is found in
+  // `arguments`.) A synonym of either is left out.
+  std::set<std::string_view> _named;
+  bool _action_refused = false;
+
+ private:
+  [[nodiscard]] bool _read_synonym(const ParamIndex& param, std::string_view name);
+  [[nodiscard]] Value _enum_items(const ParamIndex& param, const List& items);
+
+  const ToolIndex& index_;
+};
+
+[[nodiscard]] std::string _unknown_action(const ToolSpec& spec, const Value& action);
+// The candidate most similar to `name`, the greatest by code point of equally similar ones; nothing
+// when none reaches NEAR_NAME_CUTOFF_. Valid as long as the candidates are.
+[[nodiscard]] std::optional<std::string_view> _nearest(std::string_view name,
+                                                       std::span<const std::string> candidates);
+[[nodiscard]] std::vector<std::string> _missing(const ToolSpec& spec,
+                                                std::optional<std::string_view> action,
+                                                const Mapping& arguments);
+[[nodiscard]] bool _given(const ParamSpec& param, const Value& value) noexcept;
+
+[[nodiscard]] Coercion_ _integer(Argument_ argument);
+[[nodiscard]] Coercion_ _number(Argument_ argument);
+[[nodiscard]] Coercion_ _boolean(Argument_ argument);
+[[nodiscard]] Coercion_ _string(Argument_ argument);
+[[nodiscard]] Coercion_ _array(Argument_ argument);
+
+// What stands for each of the five type words. Any other word throws std::out_of_range: it is a
+// fault of the registry, not of the request.
+template <class Entry>
+struct TypeTable_ {
+  [[nodiscard]] const Entry& at(std::string_view type) const {
+    for (const auto& [word, entry] : rows) {
+      if (word == type) return entry;
+    }
+    throw std::out_of_range("no parameter type is named " + display_form(type));
+  }
+
+  std::array<std::pair<std::string_view, Entry>, 5> rows;
+};
+extern const TypeTable_<Coercion_ (*)(Argument_)> COERCIONS_;
+extern const TypeTable_<std::string_view> TYPE_WORDS_;
+
+[[nodiscard]] Value _bound_value(const ParamSpec& param, const Mapping& arguments);
+
+// Nothing: the handler takes any name.
+[[nodiscard]] std::optional<std::set<std::string_view>> _parameter_names(const Handler& handler);
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_SRC_TOOL_BINDING_PRIVATE_HPP_

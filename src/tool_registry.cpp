@@ -1,0 +1,187 @@
+#include "tool_binding/tool_registry.hpp"
+
+#include <algorithm>
+
+#include "text/lower_case.hpp"
+#include "text/similarity.hpp"
+#include "text/trim.hpp"
+#include "tool_index.hpp"
+
+namespace tool_binding {
+
+namespace {
+
+// The first to come by a name keeps it.
+void add_position(Mapping& positions, std::string_view name, std::size_t position) {
+  if (!positions.contains(name)) positions.set(name, position);
+}
+
+std::optional<std::size_t> position_in(const Mapping& positions, std::string_view name) noexcept {
+  const Value* position = positions.find(name);
+  if (position == nullptr) return std::nullopt;
+  return static_cast<std::size_t>(position->get_int64());
+}
+
+template <class Named>
+std::vector<std::string> names_of(const std::vector<Named>& all) {
+  std::vector<std::string> names;
+  names.reserve(all.size());
+  for (const Named& named : all) names.push_back(named.name);
+  return names;
+}
+
+std::string unchanged(std::string_view text) { return std::string(text); }
+
+// Declared names come before every synonym.
+template <class Named>
+Mapping positions_of(const std::vector<Named>& all, std::string (*form)(std::string_view)) {
+  Mapping positions;
+  for (std::size_t i = 0; i < all.size(); ++i) add_position(positions, form(all[i].name), i);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    for (const std::string& synonym : all[i].synonyms) add_position(positions, form(synonym), i);
+  }
+  return positions;
+}
+
+Mapping enum_positions_of(const ParamSpec& param) {
+  Mapping positions;
+  for (std::size_t i = 0; i < param.enum_.size(); ++i) {
+    const std::string& entry = param.enum_[i];
+    if (trimmed(entry) == entry) add_position(positions, lower_cased(entry), i);
+  }
+  return positions;
+}
+
+void check_names_differ(const ToolIndex& tool) {
+  for (std::size_t i = 0; i < tool.params.size(); ++i) {
+    if (position_in(tool.param_positions, tool.params[i].name) != i) {
+      throw std::invalid_argument(tool.name + " declares the parameter " +
+                                  display_form(tool.params[i].name) + " twice");
+    }
+  }
+}
+
+// Points into what was declared, which from here on stays where it is.
+void work_out(ToolIndex& tool) {
+  tool.action_names = names_of(tool.actions);
+  tool.param_names = names_of(tool.params);
+  tool.all_names = tool.param_names;
+  tool.param_index.reserve(tool.params.size());
+  for (const ParamSpec& param : tool.params) {
+    tool.all_names.insert(tool.all_names.end(), param.synonyms.begin(), param.synonyms.end());
+    tool.param_index.push_back({param, param.name, enum_positions_of(param)});
+    if (param.required || !param.required_for.empty()) {
+      tool.needed.push_back(&tool.param_index.back());
+    }
+  }
+  tool.param_positions = positions_of(tool.params, unchanged);
+  tool.action_positions = positions_of(tool.actions, unchanged);
+  tool.lower_case_action_positions = positions_of(tool.actions, lower_cased);
+  check_names_differ(tool);
+}
+
+}  // namespace
+
+bool ParamSpec::required_by(std::optional<std::string_view> action) const noexcept {
+  return required || (action && std::find(required_for.begin(), required_for.end(), *action) !=
+                                    required_for.end());
+}
+
+ToolSpec::ToolSpec(std::string name, std::vector<ActionSpec> actions, std::vector<ParamSpec> params,
+                   std::optional<std::string> default_action, std::string description) {
+  auto record = std::make_shared<ToolIndex>(ToolIndex{.name = std::move(name),
+                                                      .actions = std::move(actions),
+                                                      .params = std::move(params),
+                                                      .default_action = std::move(default_action),
+                                                      .description = std::move(description)});
+  work_out(*record);
+  record_ = std::move(record);
+}
+
+const std::string& ToolSpec::name() const noexcept { return record_->name; }
+const std::string& ToolSpec::description() const noexcept { return record_->description; }
+const std::vector<ActionSpec>& ToolSpec::actions() const noexcept { return record_->actions; }
+const std::vector<ParamSpec>& ToolSpec::params() const noexcept { return record_->params; }
+const std::optional<std::string>& ToolSpec::default_action() const noexcept {
+  return record_->default_action;
+}
+const std::vector<std::string>& ToolSpec::action_names() const noexcept {
+  return record_->action_names;
+}
+const std::vector<std::string>& ToolSpec::param_names() const noexcept {
+  return record_->param_names;
+}
+
+const ParamSpec* ToolSpec::param(std::string_view name) const noexcept {
+  const auto position = position_in(record_->param_positions, name);
+  return position ? &record_->params[*position] : nullptr;
+}
+
+const ActionSpec* ToolSpec::action(const Value& value) const {
+  const auto text = value.if_text();
+  if (!text) return nullptr;
+  auto position = position_in(record_->action_positions, *text);
+  if (!position) {
+    position = position_in(record_->lower_case_action_positions, lower_cased(trimmed(*text)));
+  }
+  return position ? &record_->actions[*position] : nullptr;
+}
+
+std::string ToolSpec::unknown_action_error(const Value& value) const {
+  std::string line = name() + " has no action " + display_form(value) + ": it has ";
+  for (const std::string& action : action_names()) {
+    if (&action != &action_names().front()) line += ", ";
+    line += action;
+  }
+  return line;
+}
+
+bool operator==(const ToolSpec& left, const ToolSpec& right) {
+  return left.record_ == right.record_ ||
+         (left.name() == right.name() && left.actions() == right.actions() &&
+          left.params() == right.params() && left.default_action() == right.default_action() &&
+          left.description() == right.description());
+}
+
+UnknownToolError::~UnknownToolError() = default;
+
+ToolTable::ToolTable(std::vector<ToolSpec> tools) : tools_(std::move(tools)) {
+  for (std::size_t i = 0; i < tools_.size(); ++i) {
+    add_position(positions_, tools_[i].name(), i);
+    if (position_in(positions_, tools_[i].name()) != i) {
+      throw std::invalid_argument("two tools are named " + display_form(tools_[i].name()));
+    }
+  }
+}
+
+const ToolSpec* ToolTable::find(std::string_view name) const noexcept {
+  const auto position = position_in(positions_, name);
+  return position ? &tools_[*position] : nullptr;
+}
+
+const ToolSpec& ToolTable::at(std::string_view name) const {
+  if (const ToolSpec* tool = find(name)) return *tool;
+  std::string message = "there is no tool named " + display_form(name);
+  NearestName nearest(name, 0.6);
+  for (const ToolSpec& tool : tools_) nearest.offer(tool.name());
+  if (const auto near = nearest.best()) message += ". Did you mean '" + std::string(*near) + "'?";
+  throw UnknownToolError(std::string(name), message);
+}
+
+namespace {
+
+// Never destroyed: a request may still run on another thread while the process ends.
+union ProcessTools {
+  constexpr ProcessTools() noexcept : table() {}
+  ~ProcessTools() {}
+  ToolTable table;
+};
+constinit ProcessTools process_tools;
+
+}  // namespace
+
+constinit const ToolTable& TOOLS = process_tools.table;
+
+void set_tools(ToolTable tools) noexcept { process_tools.table = std::move(tools); }
+
+}  // namespace tool_binding

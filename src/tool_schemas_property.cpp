@@ -1,0 +1,299 @@
+#include <algorithm>
+
+#include "text/trim.hpp"
+#include "tool_schemas_private.hpp"
+
+namespace tool_binding {
+namespace {
+
+// Keywords that no request is judged by.
+constexpr std::string_view annotations[] = {
+    "$schema",     "$id",      "$anchor",         "$comment",         "$defs",        "definitions",
+    "title",       "examples", "example",         "deprecated",       "readOnly",     "writeOnly",
+    "description", "nullable", "contentEncoding", "contentMediaType", "contentSchema"};
+
+// Keywords that ask for what admission does not look at.
+constexpr std::string_view constraints[] = {
+    // Of any value.
+    "$ref", "allOf", "anyOf", "oneOf", "not", "if", "then", "else", "const", "enum",
+    // Of text.
+    "format", "pattern", "minLength", "maxLength",
+    // Of numbers.
+    "minimum", "maximum", "exclusiveMinimum", "exclusiveMaximum", "multipleOf",
+    // Of arrays.
+    "items", "prefixItems", "additionalItems", "unevaluatedItems", "contains", "minContains",
+    "maxContains", "minItems", "maxItems", "uniqueItems",
+    // Of objects.
+    "properties", "required", "additionalProperties", "unevaluatedProperties", "patternProperties",
+    "propertyNames", "minProperties", "maxProperties", "dependentRequired", "dependentSchemas",
+    "dependencies"};
+
+constexpr std::string_view combinations[] = {"$ref", "allOf", "oneOf", "anyOf"};
+constexpr std::string_view unions[] = {"oneOf", "anyOf"};
+
+struct TypeTest {
+  std::string_view type;
+  bool (*holds)(const Value&) noexcept;
+};
+constexpr TypeTest type_tests[] = {
+    {"integer", [](const Value& value) noexcept { return value.is_integer(); }},
+    {"number", [](const Value& value) noexcept { return value.is_integer() || value.is_float(); }},
+    {"boolean", [](const Value& value) noexcept { return value.is_boolean(); }},
+    {"string", [](const Value& value) noexcept { return value.is_text(); }},
+    {"array", [](const Value& value) noexcept { return value.is_list(); }},
+};
+
+constexpr std::string_view any_type = "integer, number, boolean, string or array";
+
+const TypeTest* find_type(std::string_view type) noexcept {
+  const auto* found = std::find_if(std::begin(type_tests), std::end(type_tests),
+                                   [&](const TypeTest& test) { return test.type == type; });
+  return found != std::end(type_tests) ? found : nullptr;
+}
+
+// Arguments beyond the properties are refused anyway; a list of required members is about objects.
+bool asks_for_nothing(std::string_view keyword, const Value& value) {
+  return value.is_none() || (keyword == "additionalProperties" && value == Value(false)) ||
+         (keyword == "required" && value.is_list());
+}
+
+// The texts of a list, up to the first item that is none.
+std::vector<std::string> read_texts(const Value& value, std::string_view keyword,
+                                    const Place& place) {
+  std::vector<std::string> texts;
+  if (!value.is_list()) {
+    place.must_be(keyword, "a list of texts", value);
+    return texts;
+  }
+  const bool is_enum = keyword == "enum";
+  for (const Value& item : value.get_list()) {
+    if (item.is_text()) {
+      texts.emplace_back(item.get_text());
+    } else if (!is_enum || !item.is_none()) {
+      place.error(quoted(keyword) + " must hold texts alone, not " + shown(item));
+      return texts;
+    }
+  }
+  return texts;
+}
+
+// Actions of one name are an error; to list anything else twice is merely doubtful.
+void tell_repeated(std::string_view keyword, const std::string& name, const Place& place) {
+  std::string reason = quoted(keyword) + " repeats " + quoted(name);
+  if (keyword == "enum") {
+    place.error(std::move(reason));
+  } else {
+    place.warning(std::move(reason));
+  }
+}
+
+bool is_null_word(const Value& type) { return type == Value("null"); }
+
+// Whether a schema admits null alone, which is an argument left out, or nothing: {"not": {}}.
+bool is_null_schema(const Value& schema) {
+  if (!schema.is_mapping()) return false;
+  const Value* type = find_given(schema.get_mapping(), "type");
+  const Value* unwanted = find_given(schema.get_mapping(), "not");
+  return (type != nullptr && is_null_word(*type)) ||
+         (unwanted != nullptr && *unwanted == Value(Mapping()));
+}
+
+// The one alternative that is not null's; null when there are none or several.
+const Value* only_alternative(const Value& alternatives, bool (*is_null)(const Value&)) {
+  const Value* only = nullptr;
+  if (!alternatives.is_list()) return only;
+  for (const Value& alternative : alternatives.get_list()) {
+    if (is_null(alternative)) continue;
+    if (only != nullptr) return nullptr;
+    only = &alternative;
+  }
+  return only;
+}
+
+bool has_none_of(Keywords keywords, const Mapping& schema, const Place& place) {
+  for (const std::string_view keyword : keywords) {
+    if (find_given(schema, keyword) == nullptr) continue;
+    place.error(quoted(keyword) + " is not supported here: write out what it stands for");
+    return false;
+  }
+  return true;
+}
+
+// Goes into unions of one type and null, also into one that is the branch of another; whether there
+// is one type in the end.
+bool open_union(Property& property, const Place& place) {
+  for (const Mapping* schema = property.outer;; schema = property.branch) {
+    const Value* any_of = find_given(*schema, "anyOf");
+    const Value* alternatives = any_of != nullptr ? any_of : find_given(*schema, "oneOf");
+    const auto refused = Keywords(combinations).first(any_of != nullptr ? 3 : 2);
+    if (!has_none_of(refused, *schema, place)) return false;
+    if (alternatives == nullptr) return true;
+    if (schema != property.outer) warn_of_unread(*schema, unions, place);
+    const Value* only = only_alternative(*alternatives, is_null_schema);
+    property.branch = only != nullptr ? only->if_mapping() : nullptr;
+    if (property.branch == nullptr) {
+      place.error("a union must be of one type and null");
+      return false;
+    }
+  }
+}
+
+void warn_of_overruled(const Property& property, const Place& place) {
+  for (const Mapping::Entry& entry : *property.branch) {
+    const std::string keyword = text_form(entry.key());
+    const Value* outer = find_given(*property.outer, keyword);
+    if (outer == nullptr || entry.value.is_none() || *outer == entry.value) continue;
+    if (is_among(annotations, keyword)) continue;
+    place.warning(quoted(keyword) + " stands in the union and beside it: that beside it counts");
+  }
+}
+
+bool holds_text(const Value* value) {
+  if (value == nullptr || !value->is_list()) return false;
+  const List& items = value->get_list();
+  return std::any_of(items.begin(), items.end(), [](const Value& item) { return item.is_text(); });
+}
+
+}  // namespace
+
+bool has_no_combination(const Mapping& schema, const Place& place) {
+  return has_none_of(combinations, schema, place);
+}
+
+bool is_among(Keywords names, std::string_view name) noexcept {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool has_type(const Value& value, std::string_view type) noexcept {
+  const TypeTest* test = find_type(type);
+  return test != nullptr && test->holds(value);
+}
+
+std::string quoted(std::string_view name) { return "'" + std::string(name) + "'"; }
+
+std::string shown(const Value& value) {
+  if (value.is_list()) return "a list";
+  return value.is_mapping() ? "an object" : display_form(value);
+}
+
+Place Place::at(std::string_view parameter) const {
+  Place place = *this;
+  place.parameter_ = parameter;
+  return place;
+}
+
+void Place::error(std::string reason) const {
+  reading_.errors.push_back({tool_, parameter_, std::move(reason)});
+}
+
+void Place::warning(std::string reason) const {
+  reading_.warnings.push_back({tool_, parameter_, std::move(reason)});
+}
+
+void Place::must_be(std::string_view keyword, std::string_view what, const Value& found) const {
+  error(quoted(keyword) + " must be " + std::string(what) + ", not " + shown(found));
+}
+
+const Value* find_given(const Mapping& schema, std::string_view keyword) noexcept {
+  const Value* value = schema.find(keyword);
+  return value != nullptr && !value->is_none() ? value : nullptr;
+}
+
+void warn_of_unread(const Mapping& schema, Keywords read, const Place& place,
+                    std::string_view whose) {
+  for (const Mapping::Entry& entry : schema) {
+    const std::string keyword = text_form(entry.key());
+    if (is_among(read, keyword) || is_among(annotations, keyword)) continue;
+    if (asks_for_nothing(keyword, entry.value)) continue;
+    place.warning(quoted(keyword) + std::string(whose) +
+                  (is_among(constraints, keyword) ? " is not enforced" : " is not read"));
+  }
+}
+
+const Mapping* read_mapping(const Value* value, std::string_view keyword, const Place& place) {
+  if (value == nullptr) return nullptr;
+  if (!value->is_mapping()) place.must_be(keyword, "an object", *value);
+  return value->if_mapping();
+}
+
+std::string read_text(const Value* value, std::string_view keyword, const Place& place) {
+  if (value == nullptr) return {};
+  if (!value->is_text()) place.must_be(keyword, "text", *value);
+  return std::string(value->if_text().value_or(""));
+}
+
+bool read_flag(const Value* value, std::string_view keyword, const Place& place) {
+  if (value == nullptr) return false;
+  if (!value->is_boolean()) place.must_be(keyword, "true or false", *value);
+  return value->if_boolean().value_or(false);
+}
+
+std::vector<std::string> read_names(const Value* value, std::string_view keyword,
+                                    const Place& place) {
+  if (value == nullptr) return {};
+  std::vector<std::string> names;
+  Mapping seen;
+  for (std::string& name : read_texts(*value, keyword, place)) {
+    if (is_blank(name)) {
+      place.error(quoted(keyword) + " holds a blank name");
+    } else {
+      if (seen.contains(name)) tell_repeated(keyword, name, place);
+      seen.set(name, true);
+      names.push_back(std::move(name));
+    }
+  }
+  return names;
+}
+
+std::vector<std::string> read_enum(const Value* value, const Place& place) {
+  if (value == nullptr) return {};
+  const std::size_t errors = place.error_count();
+  std::vector<std::string> entries = read_texts(*value, "enum", place);
+  if (entries.empty() && place.error_count() == errors) {
+    place.warning("'enum' holds no text: any value is allowed");
+  }
+  return entries;
+}
+
+const Value* Property::find(std::string_view keyword) const noexcept {
+  const Value* value = find_given(*outer, keyword);
+  return value == nullptr && branch != nullptr ? find_given(*branch, keyword) : value;
+}
+
+std::optional<Property> open_property(const Value& schema, Keywords keywords, const Place& place) {
+  if (!schema.is_mapping()) {
+    place.error("must be an object with a 'type', not " + shown(schema));
+    return std::nullopt;
+  }
+  Property property{&schema.get_mapping()};
+  property.has_one_type = open_union(property, place);
+  warn_of_unread(*property.outer, keywords, place);
+  if (property.branch != nullptr) {
+    warn_of_unread(*property.branch, keywords, place);
+    if (property.has_one_type) warn_of_overruled(property, place);
+  }
+  return property;
+}
+
+std::string read_type(const Property& property, const Place& place) {
+  if (!property.has_one_type) return {};
+  const Value* type = property.find("type");
+  if (type == nullptr) {
+    if (holds_text(property.find("enum"))) return "string";
+    place.error("has no 'type': give it " + std::string(any_type));
+    return {};
+  }
+  if (type->is_list()) type = only_alternative(*type, is_null_word);
+  if (type == nullptr) {
+    place.error("'type' must be one type, or one and null");
+  } else if (*type == Value("object")) {
+    place.error("type 'object' is not supported: take its members as parameters, or it as text");
+  } else if (!type->is_text() || find_type(type->get_text()) == nullptr) {
+    place.must_be("type", any_type, *type);
+  } else {
+    return std::string(type->get_text());
+  }
+  return {};
+}
+
+}  // namespace tool_binding

@@ -1,0 +1,272 @@
+#include "tool_binding/json.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+#include <memory>
+
+#include "random_values.hpp"
+#include "unicode/utf8.hpp"
+
+namespace tool_binding {
+namespace {
+
+using nlohmann::ordered_json;
+
+const double infinity = std::numeric_limits<double>::infinity();
+
+TEST(ParseJson, ReadsEveryKindExactly) {
+  const std::string nines(400, '9');
+  const struct {
+    std::string text;
+    Value value;
+  } cases[] = {
+      {"null", Value()},
+      {" true\t\r\n", true},
+      {"\xef\xbb\xbf[]", List()},  // byte order mark
+      {"{}", Mapping()},
+      {"0", 0},
+      {"-0", 0},
+      {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
+      {"18446744073709551615", std::numeric_limits<std::uint64_t>::max()},
+      {"18446744073709551616", Value::integer_of("18446744073709551616")},
+      {"-9223372036854775809", Value::integer_of("-9223372036854775809")},
+      {nines, Value::integer_of(nines)},
+      {"[-" + nines + " ,1]", List{Value::integer_of("-" + nines), 1}},
+      {"0.0", 0.0},
+      {"1E2", 100.0},
+      {"-2.5e-3", -0.0025},
+      {"0.1234567890123456789012345678901234567890", 0.12345678901234568},
+      {nines + "e-399", 10.0},
+      {"0." + std::string(400, '0') + "1e401", 1.0},
+      {"1e-400", 0.0},
+      {"0e99999999999999999999", 0.0},
+      {"5e-324", 5e-324},
+      {R"("\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00e9\U0001f600"},
+      {R"("12 \" 1e999 \\")", "12 \" 1e999 \\"},  // digits in text are no number
+      {R"({"a": 1, "b": 2, "a": [3]})", Mapping{{"a", List{3}}, {"b", 2}}},
+      {R"({"": {"1": "1", "a\u0000b": null}})",
+       Mapping{{"", Mapping{{"1", "1"}, {std::string_view("a\0b", 3), Value()}}}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text.substr(0, 60));
+    EXPECT_EQ(parse_json(c.text), c.value);
+  }
+}
+
+TEST(ParseJson, SaysWhatIsWrongAndWhere) {
+  const std::string nines(400, '9');
+  const struct {
+    std::string_view text;
+    std::size_t byte;
+    std::string reason;
+  } cases[] = {
+      {"", 1, "unexpected end of input; expected a value"},
+      {"[1, 2", 6, "unexpected end of input; expected ',' or ']'"},
+      {"{'a': 1}", 2, "invalid literal; expected a string in double quotes"},
+      {R"({"a": 1,})", 9, "unexpected '}'; expected a string in double quotes"},
+      {R"({"a" 1})", 6, "unexpected number literal; expected ':'"},
+      {R"(["abc)", 6, "invalid string: missing closing quote"},
+      {R"("; last read: 'x)", 17, "invalid string: missing closing quote"},
+      {"[True]", 2, "invalid literal"},
+      {"[1 2 \t\r\n ]", 4, "unexpected number literal; expected ',' or ']'"},
+      {R"({"a": 1 "b": 2})", 11, "unexpected string literal; expected ',' or '}'"},
+      {"NaN", 1, "invalid literal"},
+      {" [1]  \t\n  x", 11, "invalid literal; expected end of input"},
+      {"1 2", 3, "unexpected number literal; expected end of input"},
+      {std::string_view("1\0", 2), 2, "invalid literal; expected end of input"},
+      {std::string_view("[\"a\0\"]", 6), 4,
+       "invalid string: control character U+0000 (NUL) must be escaped to \\u0000"},
+      {"[01]", 2, "malformed number 01"},
+      {"-", 1, "malformed number -"},
+      {"1.5.3", 1, "malformed number 1.5.3"},
+      {"[1.e5]", 2, "malformed number 1.e5"},
+      {"[1e400]", 6, "the number 1e400 is beyond the range of floats"},
+      {"-1e99999999999999999999", 23,
+       "the number -1e99999999999999999999 is beyond the range of floats"},
+      {R"("\ud800")", 8,
+       "invalid string: surrogate U+D800..U+DBFF must be followed by U+DC00..U+DFFF"},
+      {R"("\udc00")", 7, "invalid string: surrogate U+DC00..U+DFFF must follow U+D800..U+DBFF"},
+      {"\"\xff\"", 2, "invalid string: ill-formed UTF-8 byte"},
+      {"\"\xed\xa0\x80\"", 3, "invalid string: ill-formed UTF-8 byte"},  // half a pair
+      {"\"\xc0\xaf\"", 2, "invalid string: ill-formed UTF-8 byte"},      // overlong
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.text));
+    try {
+      ADD_FAILURE() << display_form(parse_json(c.text));
+    } catch (const JsonError& error) {
+      EXPECT_EQ(error.byte(), c.byte);
+      EXPECT_EQ(error.what(), "invalid JSON at byte " + std::to_string(c.byte) + ": " + c.reason);
+    }
+  }
+  // Numbers of any length leave the position right, and a message short.
+  for (const std::string& text : {"[" + nines + ", x]", "[" + nines + " x]"}) {
+    try {
+      ADD_FAILURE() << display_form(parse_json(text));
+    } catch (const JsonError& error) {
+      EXPECT_EQ(error.byte(), text.find('x') + 1);
+    }
+  }
+  EXPECT_THROW((void)parse_json(nines + "." + nines), JsonError);
+}
+
+bool reads(const std::string& text) {
+  try {
+    (void)parse_json(text);
+    return true;
+  } catch (const JsonError&) {
+    return false;
+  }
+}
+
+// Every text of so many of these pieces, against the library's own parser.
+TEST(ParseJson, AgreesWithAPlainParserOnEveryShortText) {
+  const struct {
+    int length;
+    std::vector<std::string_view> pieces;
+  } alphabets[] = {
+      {4, {"", "[", "]", "{\"a\":", "}", ",", "0", "-7", ".5", "e", " ", "\"", "\\", "null"}},
+      {6, {"", "0", "17", "-", "+", ".", "e"}},
+  };
+  std::size_t valid = 0;
+  for (const auto& [length, pieces] : alphabets) {
+    const auto count = static_cast<std::size_t>(std::pow(pieces.size(), length));
+    for (std::size_t number = 0; number < count; ++number) {
+      std::string text;
+      for (std::size_t rest = number; rest > 0; rest /= pieces.size()) {
+        text += pieces[rest % pieces.size()];
+      }
+      const ordered_json plain = ordered_json::parse(text, nullptr, false);
+      ASSERT_EQ(reads(text), !plain.is_discarded()) << text;
+      if (plain.is_discarded()) continue;
+      ASSERT_EQ(parse_json(text), value_from_json(plain)) << text;
+      ++valid;
+    }
+  }
+  EXPECT_GT(valid, 1000U);
+}
+
+TEST(JsonText, WritesEveryKind) {
+  const struct {
+    Value value;
+    std::string_view text;
+  } cases[] = {
+      {Value(), "null"},
+      {true, "true"},
+      {-7, "-7"},
+      {Value::integer_of("-12345678901234567890123"), "-12345678901234567890123"},
+      {2.0, "2.0"},
+      {-0.0, "-0.0"},
+      {1e16, "1e+16"},
+      {5e-324, "5e-324"},
+      {infinity, "null"},
+      {-infinity, "null"},
+      {std::numeric_limits<double>::quiet_NaN(), "null"},
+      {std::make_shared<Object>("Repo \"x\""), R"("<Repo \"x\">")"},
+      {List(), "[]"},
+      {List{1, List{}, Mapping{}, "a"}, R"([1, [], {}, "a"])"},
+      {Mapping{{"a", 1}, {"b", List{2}}}, R"({"a": 1, "b": [2]})"},
+      {"\"\\/\b\f\n\r\t\x01\x7f", R"("\"\\/\b\f\n\r\t\u0001)"
+                                  "\x7f\""},
+      {"\u00e9\u2028\U0010ffff", "\"\u00e9\u2028\U0010ffff\""},
+      {"a\xff\x80z", R"("a\udcff\udc80z")"},              // stray bytes
+      {"\xed\xa0\x80\xed\xbf\xbf", R"("\ud800\udfff")"},  // surrogates in three bytes
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(json_text(c.value), c.text);
+  }
+  Mapping odd;
+  odd.set(1, "one");
+  odd.set(Value(), "none");
+  odd.set(std::make_shared<Object>("Engine"), 2.5);
+  EXPECT_EQ(json_text(odd), R"({"1": "one", "None": "none", "<Engine>": 2.5})");
+  EXPECT_EQ(json_text(odd), json_text(value_from_json(json_from_value(odd))));
+}
+
+// Every text of up to four of these bytes, against the core's own reading of UTF-8.
+TEST(JsonText, EscapesExactlyWhatIsNoUtf8) {
+  const std::string_view bytes =
+      "a\x7f\x80\x8f\x90\x9f\xa0\xbf\xc0\xc1\xc2\xdf\xe0\xe1\xec\xed\xee\xf0\xf3\xf4\xf5\xff";
+  const std::size_t count = bytes.size() * bytes.size() * bytes.size() * bytes.size();
+  for (std::size_t number = 0; number < count; ++number) {
+    std::string text;
+    for (std::size_t rest = number; rest > 0; rest /= bytes.size()) {
+      text += bytes[rest % bytes.size()];
+    }
+    std::string expected = "\"";
+    for (std::string_view rest = text; !rest.empty();) {
+      const CodePoint head = first_code_point(rest);
+      char escape[7];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(head.value));
+      const bool is_surrogate = head.value >= 0xD800 && head.value <= 0xDFFF;
+      expected += is_surrogate ? std::string_view(escape) : rest.substr(0, head.size);
+      rest.remove_prefix(head.size);
+    }
+    ASSERT_EQ(json_text(text), expected + '"');
+  }
+}
+
+TEST(Json, RandomValuesSurviveTextAndConversion) {
+  RandomValues random(20240601);
+  int converted = 0;
+  for (int i = 0; i < 3000; ++i) {
+    const Value value = random.value();
+    const std::string text = json_text(value);
+    ASSERT_EQ(parse_json(text), value) << text;
+    ordered_json json;
+    try {
+      json = json_from_value(value);
+    } catch (const std::overflow_error&) {
+      continue;
+    }
+    ++converted;
+    ASSERT_EQ(value_from_json(json), value);
+    ASSERT_EQ(parse_json(json.dump()), value);
+    ASSERT_EQ(ordered_json::parse(text), json);
+  }
+  EXPECT_GT(converted, 1000);
+}
+
+TEST(Json, ConversionKeepsIntegersOf64BitsAndRefusesTheRest) {
+  for (const std::string_view digits :
+       {"0", "-9223372036854775808", "9223372036854775808", "18446744073709551615"}) {
+    const Value value = Value::integer_of(digits);
+    EXPECT_EQ(json_from_value(value).dump(), digits);
+    EXPECT_EQ(value_from_json(json_from_value(value)), value);
+  }
+  for (const std::string_view digits : {"18446744073709551616", "-9223372036854775809"}) {
+    EXPECT_THROW((void)json_from_value(List{Value::integer_of(digits)}), std::overflow_error);
+  }
+  EXPECT_THROW((void)value_from_json(ordered_json::array({ordered_json::binary({1, 2})})),
+               TypeError);
+}
+
+TEST(Json, DepthAndLengthAreBoundedByMemoryAlone) {
+  const std::size_t depth = 1'000'000;
+  const std::string lists = std::string(depth, '[') + std::string(depth, ']');
+  const Value nested = parse_json(lists);
+  EXPECT_EQ(json_text(nested), lists);
+  EXPECT_EQ(value_from_json(json_from_value(nested)), nested);
+
+  std::string mappings;
+  for (std::size_t i = 0; i < depth; ++i) mappings += "{\"a\": ";
+  mappings += "1" + std::string(depth, '}');
+  const Value nested_mappings = parse_json(mappings);
+  EXPECT_EQ(json_text(nested_mappings), mappings);
+  EXPECT_EQ(value_from_json(json_from_value(nested_mappings)), nested_mappings);
+
+  const std::string digits(depth, '7');
+  EXPECT_EQ(json_text(parse_json("[" + digits + "]")), "[" + digits + "]");
+  EXPECT_THROW((void)parse_json(std::string(depth, '[')), JsonError);
+
+  Mapping wide;
+  for (int i = 0; i < 100'000; ++i) wide.set("name" + std::to_string(i), i);
+  EXPECT_EQ(parse_json(json_text(wide)), Value(wide));
+  EXPECT_EQ(value_from_json(json_from_value(wide)), Value(wide));
+}
+
+}  // namespace
+}  // namespace tool_binding

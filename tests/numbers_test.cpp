@@ -1,0 +1,188 @@
+#include "numbers.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <compare>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+#include "random_values.hpp"
+
+namespace tool_binding {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+TEST(ReadInteger, TakesDigitsOfAnyScriptAndSingleUnderscores) {
+  const struct {
+    std::string_view text;
+    std::string_view shown;  // empty: refused
+  } cases[] = {
+      {"7", "7"},
+      {" \u3000+7\x1c", "7"},
+      {"-007", "-7"},
+      {"-0", "0"},
+      {"1_000", "1000"},
+      {"\u0661\uff12\U0001d7d1", "123"},  // Arabic-Indic, full-width, mathematical digits
+      {"9223372036854775807", "9223372036854775807"},
+      {"-9223372036854775808", "-9223372036854775808"},
+      {"9223372036854775808", "9223372036854775808"},
+      {"+000123456789012345678901234567890", "123456789012345678901234567890"},
+      {"", ""},
+      {"+", ""},
+      {"_1", ""},
+      {"1_", ""},
+      {"-_1", ""},
+      {"1__0", ""},
+      {"5.0", ""},
+      {"1e3", ""},
+      {"0x10", ""},
+      {"1 0", ""},
+      {"+-1", ""},
+      {"\u200b7", ""},
+      {"\u00b2", ""},  // a digit, but no decimal one
+      {"7\x80", ""},
+  };
+  for (const auto& c : cases) {
+    const auto read = read_integer(c.text);
+    EXPECT_EQ(read ? display_form(*read) : "", c.shown) << c.text;
+  }
+}
+
+TEST(ReadFloat, TakesDecimalsAndTheNamedNumbers) {
+  const struct {
+    std::string_view text;
+    std::string_view shown;  // empty: refused
+  } cases[] = {
+      {"5", "5.0"},
+      {"5.", "5.0"},
+      {" .5\n", "0.5"},
+      {"-5.5", "-5.5"},
+      {"+1e3", "1000.0"},
+      {"1E-0_3", "0.001"},
+      {"1_0.0_1", "10.01"},
+      {"\u0661.\u0665", "1.5"},
+      {"-0", "-0.0"},
+      {"0e999999999999999999999", "0.0"},
+      {"INF", "inf"},
+      {"-Infinity", "-inf"},
+      {"+NaN", "nan"},
+      {"1e400", "inf"},
+      {"-1e99999999999999999999", "-inf"},
+      {"1e-400", "0.0"},
+      {"-1e-99999999999999999999", "-0.0"},
+      {"0.00001e400", "inf"},
+      {"100000e-400", "0.0"},
+      {"1.7976931348623158e308", "1.7976931348623157e+308"},
+      {"1.7976931348623159e308", "inf"},
+      {"2.4703282292062328e-324", "5e-324"},
+      {"2.4703282292062327e-324", "0.0"},
+      {"", ""},
+      {".", ""},
+      {"-", ""},
+      {"e5", ""},
+      {"1e", ""},
+      {"1e+", ""},
+      {"1.2.3", ""},
+      {"1_.5", ""},
+      {"1._5", ""},
+      {"_1.5", ""},
+      {"0x1p3", ""},
+      {"1 .5", ""},
+      {"infinit", ""},
+      {"nan(1)", ""},
+      {"in_f", ""},
+      {"5abc", ""},
+  };
+  for (const auto& c : cases) {
+    const auto read = read_float(c.text);
+    EXPECT_EQ(read ? display_form(*read) : "", c.shown) << c.text;
+  }
+}
+
+// What is shown reads back to the same bits, by this reader and by the C library's, and no shorter
+// digits would.
+TEST(Numbers, ShownFormsReadBackOverRandomBits) {
+  RandomValues random(3);
+  for (int i = 0; i < 200'000; ++i) {
+    const double number = random.finite_float();
+    const std::string shown = display_form(number);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(read_float(shown).value()),
+              std::bit_cast<std::uint64_t>(number))
+        << shown;
+    ASSERT_EQ(std::strtod(shown.c_str(), nullptr), number) << shown;
+    const std::string digits = random.decimal_integer();
+    ASSERT_EQ(display_form(read_integer(digits).value()), digits);
+    ASSERT_EQ(to_float(read_integer(digits).value()), std::strtod(digits.c_str(), nullptr));
+  }
+}
+
+// In order: each number is less than every later one, whatever their kinds.
+TEST(CompareNumbers, OrdersIntegersAndFloatsExactly) {
+  const auto big = [](std::string_view digits) { return Value::integer_of(digits); };
+  const std::vector<Value> ascending = {
+      -infinity,
+      big("-1" + std::string(400, '0')),
+      -1e300,
+      big("-9223372036854775809"),
+      -9223372036854775808.0,
+      std::numeric_limits<std::int64_t>::min() + 1,
+      -1.5,
+      -1,
+      -0.5,
+      0,
+      5e-324,
+      0.5,
+      1,
+      9007199254740992.0,  // 2^53
+      9007199254740993,    // no float
+      9007199254740994.0,
+      9223372036854774784.0,  // the last float below 2^63
+      std::numeric_limits<std::int64_t>::max(),
+      9223372036854775808.0,  // 2^63
+      big("9223372036854775809"),
+      big("18446744073709551616"),
+      1e22,
+      big("10000000000000000000001"),
+      big("1" + std::string(308, '0')),  // 1e308 is a little more
+      1e308,
+      big("1" + std::string(309, '0')),
+      infinity,
+  };
+  for (std::size_t i = 0; i < ascending.size(); ++i) {
+    for (std::size_t j = 0; j < ascending.size(); ++j) {
+      EXPECT_TRUE(compare_numbers(ascending[i], ascending[j]) == (i <=> j))
+          << display_form(ascending[i]) << " and " << display_form(ascending[j]);
+    }
+    EXPECT_EQ(compare_numbers(ascending[i], std::nan("")), std::partial_ordering::unordered);
+  }
+  EXPECT_EQ(compare_numbers(1, 1.0), std::partial_ordering::equivalent);
+  EXPECT_EQ(compare_numbers(big("18446744073709551616"), 18446744073709551616.0),
+            std::partial_ordering::equivalent);
+  EXPECT_THROW(static_cast<void>(compare_numbers(1, "1")), TypeError);
+  EXPECT_THROW(static_cast<void>(compare_numbers(true, 1.0)), TypeError);
+}
+
+TEST(Numbers, ConvertExactlyOrNotAtAll) {
+  EXPECT_EQ(display_form(to_integer(-2.5)), "-2");
+  EXPECT_EQ(display_form(to_integer(1e22)), "10000000000000000000000");
+  EXPECT_EQ(to_integer(-9223372036854775808.0), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(display_form(to_integer(9223372036854775808.0)), "9223372036854775808");
+  EXPECT_EQ(to_integer(std::numeric_limits<double>::max()).get_integer().digits().size(), 309u);
+  EXPECT_EQ(to_float(9007199254740993), 9007199254740992.0);
+  EXPECT_EQ(to_float(Value::integer_of("-9223372036854775809")), -9223372036854775808.0);
+  // Half-way to the float that there is not.
+  const std::string limit = display_form(to_integer(std::numeric_limits<double>::max()));
+  EXPECT_EQ(to_float(Value::integer_of(limit)), std::numeric_limits<double>::max());
+  EXPECT_THROW(static_cast<void>(to_float(Value::integer_of("1" + std::string(309, '0')))),
+               std::overflow_error);
+  for (const double none : {infinity, -infinity, std::nan("")}) {
+    EXPECT_THROW(static_cast<void>(to_integer(none)), std::overflow_error);
+    EXPECT_FALSE(is_whole(none));
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding

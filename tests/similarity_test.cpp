@@ -1,0 +1,225 @@
+#include "text/similarity.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "unicode/utf8.hpp"
+
+namespace tool_binding {
+namespace {
+
+std::string utf8(const std::u32string& text) {
+  std::string bytes;
+  for (const char32_t character : text) append_utf8(bytes, character);
+  return bytes;
+}
+
+// The rules word by word, trying every block at every place.
+double plain_similarity(const std::u32string& c, const std::u32string& g) {
+  std::vector<bool> searched;
+  for (const char32_t character : g) {
+    const auto times = static_cast<std::size_t>(std::count(g.begin(), g.end(), character));
+    searched.push_back(g.size() < 200 || times <= g.size() / 100 + 1);
+  }
+  std::size_t matched = 0;
+  std::vector<std::array<std::size_t, 4>> pairs = {{0, c.size(), 0, g.size()}};
+  while (!pairs.empty()) {
+    const auto [c_begin, c_end, g_begin, g_end] = pairs.back();
+    pairs.pop_back();
+    std::size_t c_at = c_begin, g_at = g_begin, size = 0;
+    for (std::size_t i = c_begin; i < c_end; ++i) {
+      for (std::size_t j = g_begin; j < g_end; ++j) {
+        std::size_t n = 0;
+        while (i + n < c_end && j + n < g_end && c[i + n] == g[j + n] && searched[j + n]) ++n;
+        if (n > size) c_at = i, g_at = j, size = n;
+      }
+    }
+    while (c_at > c_begin && g_at > g_begin && c[c_at - 1] == g[g_at - 1]) --c_at, --g_at, ++size;
+    while (c_at + size < c_end && g_at + size < g_end && c[c_at + size] == g[g_at + size]) ++size;
+    if (size == 0) continue;
+    matched += size;
+    pairs.push_back({c_begin, c_at, g_begin, g_at});
+    pairs.push_back({c_at + size, c_end, g_at + size, g_end});
+  }
+  const auto total = static_cast<double>(c.size() + g.size());
+  return total == 0 ? 1 : 2 * static_cast<double>(matched) / total;
+}
+
+bool qualifies(std::string_view candidate, std::string_view given, double cutoff) {
+  NearestName nearest(given, cutoff);
+  nearest.offer(candidate);
+  return nearest.best().has_value();
+}
+
+// The similarity itself must be the greatest cutoff: no upper bound may reject too early.
+void expect_like_plain(const std::string& candidate, const std::string& given) {
+  const double expected = plain_similarity(code_points(candidate), code_points(given));
+  EXPECT_TRUE(similarity(candidate, given) == expected && qualifies(candidate, given, expected) &&
+              !qualifies(candidate, given, std::nextafter(expected, 2)))
+      << testing::PrintToString(candidate) << " to " << testing::PrintToString(given) << ": "
+      << expected << ", not " << similarity(candidate, given);
+}
+
+TEST(Similarity, AgreesWithThePlainRulesOnAllShortTexts) {
+  const struct {
+    std::vector<std::string> pieces;
+    std::size_t count;
+  } cases[] = {{{"a", "b"}, 127},                                                  // of up to 6
+               {{"a", "b", "c"}, 121},                                             // 4
+               {{"a", "\xC3", "\xA9", "\xED\xB3\x83", "\xF0\x9D\x84\x9E"}, 156}};  // 3
+  for (const auto& c : cases) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; texts.size() < c.count; ++i) {
+      for (const std::string& piece : c.pieces) texts.push_back(texts[i] + piece);
+    }
+    for (const std::string& candidate : texts) {
+      for (const std::string& given : texts) expect_like_plain(candidate, given);
+    }
+  }
+}
+
+TEST(Similarity, CountsAnyNumberOfBlocks) {
+  std::u32string candidate, given;
+  for (char32_t block = 0x4E00; candidate.size() < 2000; ++block) {
+    candidate += {U'x', block};
+    given += {U'y', block};
+  }
+  EXPECT_EQ(similarity(utf8(candidate), utf8(given)), 0.5);
+}
+
+class RandomNames {
+ public:
+  explicit RandomNames(std::size_t kinds) : _kinds(kinds) {}
+
+  std::size_t below(std::size_t end) {
+    return std::uniform_int_distribution<std::size_t>(0, end - 1)(_random);
+  }
+
+  // Four characters are frequent.
+  std::u32string name(std::size_t size) {
+    std::u32string name;
+    while (name.size() < size) name += static_cast<char32_t>('a' + below(below(2) ? 4 : _kinds));
+    return name;
+  }
+
+  std::u32string edited(std::u32string name, std::size_t edits) {
+    for (; edits > 0; --edits) {
+      const std::size_t at = below(name.size() + 1);
+      name.replace(at, below(4), this->name(below(4)));
+    }
+    return name;
+  }
+
+ private:
+  std::size_t _kinds;
+  std::mt19937 _random{20};
+};
+
+TEST(Similarity, AgreesWithThePlainRulesOnRandomTexts) {
+  constexpr struct {
+    std::size_t least, most;
+    int times;
+  } cases[] = {{5, 30, 1000}, {60, 70, 200}, {190, 210, 60}, {300, 1000, 8}};
+  for (const std::size_t kinds : {8U, 60U, 500U}) {
+    RandomNames random(kinds);
+    for (const auto& c : cases) {
+      for (int i = 0; i < c.times; ++i) {
+        const std::size_t size = c.least + random.below(c.most - c.least + 1);
+        const std::u32string given = random.name(size);
+        const std::u32string candidate = random.below(3) == 0
+                                             ? random.name(random.below(2 * size))
+                                             : random.edited(given, random.below(size / 3));
+        expect_like_plain(utf8(candidate), utf8(given));
+      }
+    }
+  }
+}
+
+TEST(Similarity, IsWhatTheRulesSay) {
+  const std::string a99(99, 'a'), a100(100, 'a');
+  const struct {
+    std::string candidate, given;
+    double expected;
+  } cases[] = {
+      {"", "", 1},
+      {"", "a", 0},
+      {"q", "qq", 2.0 / 3},
+      {"query", "Query", 0.8},
+      {"abcde", "abcxy", 0.6},
+      {"ab", "bacb", 2.0 / 3},
+      {"bacb", "ab", 1.0 / 3},
+      {"\xC3\xA9", "\xC3\xA8", 0},
+      {"\xFF", "\xED\xB3\xBF", 1},  // U+DCFF both
+      {"x" + a99 + a100, a99 + a100, 398.0 / 399},
+      {"x" + a100 + a100, a100 + a100, 0},                 // no block is searched
+      {"bx" + a100, a100 + "x" + a100, 2 * 101.0 / 303},   // x is, and grows forwards
+      {a100 + "xb", a100 + "x" + a100, 2 * 101.0 / 303},   // and backwards
+      {"xaaa", "aaa" + std::string(197, 'b'), 6.0 / 204},  // searched yet
+      {"xaaaa", "aaaa" + std::string(196, 'b'), 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.candidate + " to " + c.given);
+    EXPECT_EQ(similarity(c.candidate, c.given), c.expected);
+  }
+}
+
+TEST(NearestName, IsTheMostSimilarAndOfThoseTheGreatest) {
+  struct Case {
+    std::string_view given;
+    std::vector<std::string_view> candidates;
+    std::optional<std::string_view> expected;
+  };
+  for (Case c : std::vector<Case>{
+           {"x", {}, std::nullopt},
+           {"qurey", {"limit", "query", "q"}, "query"},
+           {"qq", {"query", "q", "limit"}, "q"},
+           {"abcd", {"abce", "abcf", "abca"}, "abcf"},
+           {"abcd", {"abcd", "abcz"}, "abcd"},
+           {"ab", {"abab", "b", "ba"}, "b"},
+           {"ab", {"abab", "a"}, "abab"},
+           {"abcde", {"abcxy", "abxyz"}, "abcxy"},
+           {"abcde", {"abxyz"}, std::nullopt},
+           {"", {"", "a"}, ""},
+           {"abcd", {"abc\xFF", "abc\xEE\x80\x80"}, "abc\xEE\x80\x80"},  // U+DCFF, U+E000
+       }) {
+    SCOPED_TRACE(c.given);
+    for (int order = 0; order < 2; ++order) {
+      NearestName nearest(c.given, 0.6);
+      for (const std::string_view candidate : c.candidates) nearest.offer(candidate);
+      EXPECT_EQ(nearest.best(), c.expected);
+      std::reverse(c.candidates.begin(), c.candidates.end());
+    }
+  }
+}
+
+TEST(NearestName, AgreesWithAPlainSearchOfAll) {
+  RandomNames random(60);
+  for (int i = 0; i < 1500; ++i) {
+    const std::u32string given = random.name(1 + random.below(80));
+    const std::string given_bytes = utf8(given);
+    const double cutoff = static_cast<double>(random.below(4)) * 0.3;
+    std::pair<double, std::u32string> best{cutoff, U""};
+    std::vector<std::string> candidates(random.below(20));
+    for (std::string& candidate : candidates) {
+      const std::u32string edited = random.edited(given, 1 + random.below(given.size()));
+      candidate = utf8(edited);
+      best = std::max(best, {plain_similarity(edited, given), edited});
+    }
+    NearestName nearest(given_bytes, cutoff);
+    for (const std::string& candidate : candidates) nearest.offer(candidate);
+    ASSERT_EQ(nearest.best().value_or(""), utf8(best.second));
+    ASSERT_EQ(nearest.best_similarity(), best.first);
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding

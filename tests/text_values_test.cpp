@@ -1,0 +1,109 @@
+#include "tool_binding/utils/text_values.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "random_values.hpp"
+
+namespace tool_binding {
+namespace {
+
+TEST(ParseBool, TakesItsWordsInAnyCase) {
+  for (const char* word : {"true", " YES\n", "On", "1", "y", "\u3000T"}) {
+    EXPECT_TRUE(parse_bool(word)) << word;
+  }
+  for (const char* word : {"false", "No", "OFF", "0", "n", "f\x1c"}) {
+    EXPECT_FALSE(parse_bool(word)) << word;
+  }
+  for (const char* word : {"", " ", "2", "tru e", "yes.", "\u200btrue", "1.0"}) {
+    EXPECT_THROW(static_cast<void>(parse_bool(word)), std::invalid_argument) << word;
+  }
+}
+
+TEST(SplitCsv, SplitsTextAndReadsJsonArrays) {
+  const struct {
+    std::string_view text;
+    std::string_view shown;
+  } cases[] = {
+      {"", "[]"},
+      {" ,\u3000, ", "[]"},
+      {" a, b ,,c", "['a', 'b', 'c']"},
+      {"it's, ok", "[\"it's\", 'ok']"},
+      {"\"a, b\",c", "['a, b', 'c']"},
+      {"['x', 'y']", "['x', 'y']"},
+      {"'' , \"\"", "['', '']"},
+      {"' a ' ,b", "[' a ', 'b']"},
+      {"'it''s',\"\"\"q\"\"\"", "[\"it's\", '\"q\"']"},
+      {"'a' b, 'c'", "[\"a' b, 'c\"]"},  // the first quote is closed by the last
+      {"'a, b", "[\"'a\", 'b']"},
+      {"'a,\"b,c\"", "[\"'a\", 'b,c']"},
+      {"'a'', b", "[\"'a''\", 'b']"},
+      {"'a, ''", "[\"'a\", '']"},
+      {"'x'y', z", "[\"x'y\", 'z']"},
+      {"a 'b, c' d", "[\"a 'b\", \"c' d\"]"},
+      {"[]", "[]"},
+      {"[ , ]", "[]"},
+      {"[", "['[']"},
+      {"[a], [b]", "['a]', '[b']"},
+      {"{\"a\": 1}", "['{\"a\": 1}']"},
+      {" [1, 2.0, \"a\\u00e9\\ud83d\\ude00\\n\", [true], null, {\"k\": -0}]\n",
+       "[1, 2.0, 'a\u00e9\U0001f600\\n', [True], None, {'k': 0}]"},
+      {"[{\"a\": 1, \"b\": 2, \"a\": 3}]", "[{'a': 3, 'b': 2}]"},
+      {"[123456789012345678901234567890, 1e400, -1E-400]",
+       "[123456789012345678901234567890, inf, -0.0]"},
+      // Not JSON, so split as text.
+      {"[1, 2,]", "['1', '2']"},
+      {"[01]", "['01']"},
+      {"[1.]", "['1.']"},
+      {"[+1]", "['+1']"},
+      {"[NaN]", "['NaN']"},
+      {"[\"\\ud83d\"]", "['\\\\ud83d']"},
+      {"[\"\\udc00\\ud83d\"]", "['\\\\udc00\\\\ud83d']"},
+      {"[\"\\x41\"]", "['\\\\x41']"},
+      {"[\"a\tb\"]", "['a\\tb']"},
+      {"[\"\xff\"]", "['\\udcff']"},
+      {"[{\"a\" 1}]", "['{\"a\" 1}']"},
+      {"[{1: 2}]", "['{1: 2}']"},
+      {"[[1}]", "['[1}']"},
+      {"[1] [2]", "['1] [2']"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(display_form(split_csv(c.text)), c.shown) << c.text;
+}
+
+TEST(SplitCsv, ReadsArraysToADepthOf128) {
+  const auto array = [](std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+  };
+  EXPECT_EQ(display_form(split_csv(array(128))), array(128));
+  EXPECT_THROW(static_cast<void>(split_csv(array(129))), std::invalid_argument);
+  EXPECT_THROW(static_cast<void>(split_csv(array(1'000'000))), std::invalid_argument);
+  EXPECT_EQ(split_csv("[x" + array(1000) + "]").size(), 1u);  // no JSON, so no depth
+}
+
+// What an item may hold survives quoting, in every combination that matters to the splitter.
+TEST(SplitCsv, ReadsBackWhatIsQuoted) {
+  RandomValues random(4);
+  for (int round = 0; round < 20'000; ++round) {
+    List items;
+    std::string text;
+    for (std::size_t count = random.below(4) + 1; count > 0; --count) {
+      const char quote = random.below(2) == 0 ? '"' : '\'';
+      std::string item;
+      std::string quoted;
+      for (std::size_t size = random.below(5); size > 0; --size) {
+        const char c = "a ,'\"[]"[random.below(7)];
+        item += c;
+        quoted += c == quote ? std::string(2, c) : std::string(1, c);
+      }
+      items.emplace_back(item);
+      if (!text.empty()) text += " ,";
+      text += quote + quoted + quote;
+    }
+    ASSERT_EQ(display_form(split_csv(text)), display_form(items)) << text;
+    ASSERT_EQ(split_csv("[" + text + "]").size(), items.size()) << text;
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding

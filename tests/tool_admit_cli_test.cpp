@@ -1,0 +1,135 @@
+// Runs the program itself: TOOL_ADMIT_PROGRAM is its path, TOOL_ADMIT_REQUESTS that of the example
+// requests.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace {
+
+class ToolAdmit : public testing::Test {
+ protected:
+  struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+  };
+
+  void SetUp() override {
+    std::string name = (std::filesystem::temp_directory_path() / "tool_admit_XXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    directory_ = name;
+  }
+  void TearDown() override { std::filesystem::remove_all(directory_); }
+
+  void write(const std::string& name, std::string_view content) const {
+    std::ofstream(directory_ / name, std::ios::binary) << content;
+  }
+  std::string read(const std::string& name) const {
+    std::ifstream in(directory_ / name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+  // `redirections` may replace those before them.
+  Outcome run(const std::string& arguments, const std::string& redirections = "</dev/null") const {
+    const std::string command = "cd '" + directory_.string() + "' && '" TOOL_ADMIT_PROGRAM "' " +
+                                arguments + " >out 2>err " + redirections;
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("out"), read("err")};
+  }
+
+ private:
+  std::filesystem::path directory_;
+};
+
+constexpr std::string_view good_tools =
+    R"({"tools": [{"name": "t", "inputSchema": {"type": "object", "properties": {"a": {"type": "integer", "multipleOf": 2}}}}]})";
+constexpr std::string_view bad_tools = R"([
+  {"name": "t", "inputSchema": {"properties": {"a": {"type": "object"}, "repo": {}}}},
+  {"name": "u", "inputSchema": {"properties": {"action": {"type": "string"}}}},
+  {"name": "v", "inputSchema": {}}, {"name": "v", "inputSchema": {}}, 5])";
+
+TEST_F(ToolAdmit, ExitStatusAndStreams) {
+  write("good.json", good_tools);
+  write("bad.json", bad_tools);
+  write("empty.json", "");
+  write("broken.json", "[\n  {'name': 1}]");
+  write("admitted", "\n \t\r\n{\"tool\": \"t\", \"arguments\": {\"a\": \"5\"}}");
+  write("refused", "{\"tool\": \"t\"}\nx\n{\"tool\": \"v\"}\n");
+  const std::string admitted =
+      R"({"tool": "t", "arguments": {"a": 5}, "notes": [], "alias_hit": false, "bound": {"a": 5}})"
+      "\n";
+  const struct {
+    std::string arguments;
+    std::string redirections;
+    int status;
+    std::string_view out;  // a part of it; empty: nothing is written
+    std::string_view err;
+  } cases[] = {
+      {"", "</dev/null", 0, "", ""},
+      {"--help", "", 0, "Exit status:", ""},
+      {"--version", "", 0, "tool_admit ", ""},
+      {"--tools good.json admitted", "", 0, admitted, "good.json: 1 warning; --check tells\n"},
+      {"--tools good.json", "<admitted", 0, admitted, "1 warning"},
+      {"--tools good.json --display admitted", "", 0, R"("bound": "{'a': 5}")", "1 warning"},
+      {"--tools good.json refused", "", 1, "\n{\"tool\": null, \"error\": {\"type\": \"RequestErr",
+       "1 warning"},
+      {"--tools good.json --schema", "", 0, R"([{"name": "t")", "1 warning"},
+      {"--tools good.json --check", "", 0, "1 tool without an error, 0 errors, 1 warning\n",
+       "good.json: warning: t, 'a': "},
+      {"--tools bad.json --check", "", 2, "1 tool without an error, 6 errors, 0 warnings\n",
+       "bad.json: error: u, 'action': "},
+      {"--tools bad.json", "", 2, "", "bad.json has 6 errors; --skip-unsupported serves"},
+      {"--tools bad.json --skip-unsupported refused", "", 1, R"({"tool": "v", "arguments": {})",
+       "bad.json: 4 tools left out; --check says why\n"},
+      {"--tools empty.json", "", 2, "", "empty.json:1:1: invalid JSON at byte 1: "},
+      {"--tools broken.json --check", "", 2, "", "broken.json:2:4: invalid JSON at byte 6: "},
+      {"--tools none.json", "", 2, "", "tool_admit: cannot read none.json: No such file"},
+      {"--tools ''", "", 2, "", "cannot read"},
+      {"none", "", 2, "", "cannot read none: No such file"},
+      {".", "", 2, "", "cannot read .: Is a directory"},
+      {"--schema", ">/dev/full", 2, "", "cannot write"},
+      {"--check", "", 2, "", "--check requires --tools"},
+      {"--skip-unsupported", "", 2, "", "--skip-unsupported requires --tools"},
+      {"--schema refused", "", 2, "", "excludes"},
+      {"--tools good.json --check --display", "", 2, "", "excludes"},
+      {"--unknown", "", 2, "", "--unknown"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments + " " + c.redirections);
+    const Outcome outcome = run(c.arguments, c.redirections);
+    EXPECT_EQ(outcome.status, c.status);
+    EXPECT_NE(outcome.out.find(c.out), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.err.find(c.err), std::string::npos) << outcome.err;
+    EXPECT_TRUE(!c.out.empty() || outcome.out.empty()) << outcome.out;
+    EXPECT_TRUE(!c.err.empty() || outcome.err.empty()) << outcome.err;
+  }
+}
+
+TEST_F(ToolAdmit, ServesItsOwnSchemaLikeTheBuiltInTools) {
+  write("tools.json", run("--schema").out);
+  EXPECT_EQ(run("--tools tools.json --schema").out, read("tools.json"));
+  const Outcome builtin = run("'" TOOL_ADMIT_REQUESTS "'");
+  EXPECT_EQ(builtin.status, 1);
+  EXPECT_EQ(builtin.err, "");
+  EXPECT_EQ(run("--tools tools.json '" TOOL_ADMIT_REQUESTS "'").out, builtin.out);
+}
+
+// The next request is only sent once this one's answer is there.
+TEST_F(ToolAdmit, AnswersEachRequestOfAPipeAtOnce) {
+  const Outcome outcome =
+      run("", "</dev/null; mkfifo in; '" TOOL_ADMIT_PROGRAM
+              "' <in >answers & exec 3>in; for n in 1 2; "
+              "do echo '{\"tool\": \"status\"}' >&3; i=0; until [ $(wc -l <answers) = $n ] || [ $i "
+              "= 50 ]; do "
+              "sleep 0.1; i=$((i + 1)); done; wc -l <answers >>counts; done; exec 3>&-; wait");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(read("counts"), "1\n2\n");
+}
+
+}  // namespace

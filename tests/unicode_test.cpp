@@ -1,0 +1,220 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "unicode/tables.hpp"
+#include "unicode/utf8.hpp"
+
+namespace tool_binding {
+namespace {
+
+constexpr char32_t code_point_count = 0x110000;
+
+struct Character {
+  bool printable = true;
+  bool cased = false;
+  bool case_ignorable = false;
+  int digit = -1;
+  char32_t lower = 0;
+  bool operator==(const Character&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Character& character) {
+  return out << "printable " << character.printable << ", cased " << character.cased
+             << ", case-ignorable " << character.case_ignorable << ", digit " << character.digit
+             << ", lower case " << std::hex << static_cast<std::uint32_t>(character.lower);
+}
+
+Character answered(char32_t code_point) {
+  return {is_printable(code_point), is_cased(code_point), is_case_ignorable(code_point),
+          decimal_digit_value(code_point), lower_case_of(code_point)};
+}
+
+TEST(UnicodeTables, KnowTellingCharacters) {
+  struct Case {
+    char32_t code_point;
+    Character expected;
+  };
+  const Case cases[] = {
+      {U'7', {true, false, false, 7, U'7'}},
+      {U'Z', {true, true, false, -1, U'z'}},
+      {U'\u00A0', {false, false, false, -1, U'\u00A0'}},        // a separator
+      {U'\u00AD', {false, false, true, -1, U'\u00AD'}},         // a format character
+      {U'\u00B2', {true, false, false, -1, U'\u00B2'}},         // superscript two
+      {U'\u0130', {true, true, false, -1, U'i'}},               // capital i with a dot
+      {U'\u0345', {true, true, true, -1, U'\u0345'}},           // an iota below a letter
+      {U'\u2126', {true, true, false, -1, U'\u03C9'}},          // ohm
+      {U'\uE000', {false, false, false, -1, U'\uE000'}},        // private use
+      {0xDC80, {false, false, false, -1, 0xDC80}},              // a surrogate
+      {U'\U0001D7FF', {true, false, false, 9, U'\U0001D7FF'}},  // the end of five runs of digits
+      {U'\U0001E921', {true, true, false, -1, U'\U0001E943'}},  // the last capital letter
+      {code_point_count, {false, false, false, -1, code_point_count}},
+      {0xFFFFFFFF, {false, false, false, -1, 0xFFFFFFFF}},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(answered(c.code_point), c.expected)
+        << std::hex << static_cast<std::uint32_t>(c.code_point);
+  }
+}
+
+TEST(UnicodeTables, WhiteSpaceIsOneFixedSet) {
+  constexpr std::u32string_view white_space =
+      U"\u0009\u000A\u000B\u000C\u000D\u001C\u001D\u001E\u001F\u0020\u0085\u00A0\u1680\u2000\u2001"
+      U"\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200A\u2028\u2029\u202F\u205F\u3000";
+  static_assert(white_space.size() == 29);
+  for (char32_t each = 0; each <= code_point_count; ++each) {
+    ASSERT_EQ(is_white_space(each), white_space.find(each) != white_space.npos)
+        << std::hex << static_cast<std::uint32_t>(each);
+  }
+}
+
+std::ifstream data_file(const std::string& name) {
+  return std::ifstream(std::string(TOOL_BINDING_UNICODE_DATA_DIR) + "/" + name);
+}
+
+char32_t read_hex(const std::string& digits) {
+  return static_cast<char32_t>(std::stoul(digits, nullptr, 16));
+}
+
+// Calls `use` with each row of a data file: the ends of its range, and its fields without blanks.
+template <typename Use>
+void read_rows(const std::string& name, Use use) {
+  std::ifstream file = data_file(name);
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream row(line.substr(0, line.find('#')));
+    std::vector<std::string> fields;
+    for (std::string field; std::getline(row, field, ';');) {
+      std::erase(field, ' ');
+      fields.push_back(field);
+    }
+    if (fields.size() < 2) continue;
+    const std::size_t dots = fields[0].find("..");
+    use(read_hex(fields[0]), read_hex(dots == line.npos ? fields[0] : fields[0].substr(dots + 2)),
+        fields);
+  }
+}
+
+std::vector<Character> read_characters() {
+  std::vector<Character> characters(code_point_count);
+  for (char32_t each = 0; each < code_point_count; ++each) characters[each].lower = each;
+  read_rows("extracted/DerivedGeneralCategory.txt", [&](auto first, auto last, const auto& fields) {
+    constexpr std::string_view hidden = "Cc Cf Cs Co Cn Zl Zp Zs";
+    for (char32_t each = first; each <= last; ++each) {
+      characters[each].printable = each == U' ' || hidden.find(fields[1]) == hidden.npos;
+    }
+  });
+  read_rows("DerivedCoreProperties.txt", [&](auto first, auto last, const auto& fields) {
+    for (char32_t each = first; each <= last; ++each) {
+      if (fields[1] == "Cased") characters[each].cased = true;
+      if (fields[1] == "Case_Ignorable") characters[each].case_ignorable = true;
+    }
+  });
+  read_rows("UnicodeData.txt", [&](auto code_point, auto, const auto& fields) {
+    if (fields[2] == "Nd") characters[code_point].digit = std::stoi(fields[6]);
+    if (!fields[13].empty()) characters[code_point].lower = read_hex(fields[13]);
+  });
+  return characters;
+}
+
+TEST(UnicodeTables, AgreeWithTheDataForEveryCodePoint) {
+  std::ifstream file = data_file("DerivedCoreProperties.txt");
+  std::string head;
+  if (!std::getline(file, head)) {
+    GTEST_SKIP() << "no Unicode data in " << TOOL_BINDING_UNICODE_DATA_DIR;
+  }
+  if (head != "# DerivedCoreProperties-" + std::string(unicode_version()) + ".txt") {
+    GTEST_SKIP() << "the tables are of Unicode " << unicode_version() << ", not so the data in "
+                 << TOOL_BINDING_UNICODE_DATA_DIR << ": " << head;
+  }
+  const std::vector<Character> characters = read_characters();
+  for (char32_t each = 0; each < code_point_count; ++each) {
+    ASSERT_EQ(answered(each), characters[each]) << std::hex << static_cast<std::uint32_t>(each);
+  }
+}
+
+TEST(Utf8, WritesTheShortestForm) {
+  struct Case {
+    char32_t code_point;
+    std::string_view bytes;
+  };
+  constexpr Case cases[] = {
+      {0x7F, "\x7F"},
+      {0x80, "\xC2\x80"},
+      {0x7FF, "\xDF\xBF"},
+      {0x800, "\xE0\xA0\x80"},
+      {0xD800, "\xED\xA0\x80"},  // a surrogate
+      {0xFFFF, "\xEF\xBF\xBF"},
+      {0x10000, "\xF0\x90\x80\x80"},
+      {0x10FFFF, "\xF4\x8F\xBF\xBF"},
+  };
+  for (const Case& c : cases) {
+    std::string written = "x";
+    append_utf8(written, c.code_point);
+    EXPECT_EQ(written.substr(1), c.bytes);
+  }
+}
+
+void expect_same(CodePoint actual, CodePoint expected) {
+  ASSERT_EQ(static_cast<std::uint32_t>(actual.value), static_cast<std::uint32_t>(expected.value));
+  ASSERT_EQ(actual.size, expected.size);
+}
+
+TEST(Utf8, ReadsBackEveryCodePointFromBothEnds) {
+  for (char32_t each = 0; each < code_point_count && !HasFatalFailure(); ++each) {
+    std::string text;
+    append_utf8(text, each);
+    const CodePoint expected{each, static_cast<std::uint8_t>(text.size())};
+    expect_same(first_code_point(text + "\x80"), expected);
+    expect_same(last_code_point("\xC3" + text), expected);
+  }
+}
+
+// What the first bytes of a text read as: a code point where they are just what it is written as.
+CodePoint plainly_first(std::string_view text) {
+  for (std::uint8_t size = 1; size <= 4 && size <= text.size(); ++size) {
+    char32_t value = static_cast<unsigned char>(text[0]);
+    if (size > 1) value &= 0x7FU >> size;
+    for (const char c : text.substr(1, size - 1U)) value = value << 6 | (c & 0x3F);
+    std::string written;
+    if (value < code_point_count) append_utf8(written, value);
+    if (written == text.substr(0, size)) return {value, size};
+  }
+  return {0xDC00U + static_cast<unsigned char>(text[0]), 1};
+}
+
+void expect_plain_reading(std::string_view text) {
+  std::u32string expected;
+  CodePoint last{};
+  for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(last.size)) {
+    last = plainly_first(rest);
+    expected += last.value;
+  }
+  ASSERT_EQ(code_points(text), expected) << testing::PrintToString(std::string(text));
+  ASSERT_EQ(count_code_points(text), expected.size());
+  if (!text.empty()) expect_same(last_code_point(text), last);
+}
+
+// Bytes from both ends of every range that a second byte may have, leads of each, and bytes that no
+// sequence holds. Five bytes show what follows the longest sequence.
+TEST(Utf8, ReadsEveryShortStringOfBytes) {
+  constexpr std::string_view alphabet =
+      "A\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xE0\xED\xF0\xF1\xF4\xF8\xFF";
+  std::vector<std::string> texts = {""};
+  for (std::size_t i = 0; i < texts.size() && !HasFatalFailure(); ++i) {
+    const std::string followed = texts[i] + "\x80\x80\x80";  // what must not be read
+    expect_plain_reading(std::string_view(followed).substr(0, texts[i].size()));
+    if (texts[i].size() == 5) continue;
+    for (const char c : alphabet) texts.push_back(texts[i] + c);
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding
