@@ -147,7 +147,14 @@ Value integer_part(double number) {
   return Value::integer_of(whole_digits(whole));
 }
 
+// Integers up to 2^53 are floats too.
+bool is_exact_float(Integer integer) noexcept {
+  constexpr std::int64_t limit = std::int64_t{1} << std::numeric_limits<double>::digits;
+  return integer.fits_int64() && integer.int64() >= -limit && integer.int64() <= limit;
+}
+
 std::partial_ordering compare_mixed(Integer integer, double number) {
+  if (is_exact_float(integer)) return static_cast<double>(integer.int64()) <=> number;
   if (std::isnan(number)) return std::partial_ordering::unordered;
   if (std::isinf(number)) return 0.0 <=> number;
   const double whole = std::trunc(number);

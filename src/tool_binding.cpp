@@ -26,12 +26,19 @@ std::string line_of(std::initializer_list<std::string_view> pieces) {
 }
 
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
+  std::size_t size = 0;
+  for (const std::string& text : texts) size += text.size() + separator.size();
   std::string all;
+  all.reserve(size);
   for (const std::string& text : texts) {
     if (&text != &texts.front()) all += separator;
     all += text;
   }
   return all;
+}
+
+ArgumentError refusal_of(const std::vector<std::string>& problems) {
+  return ArgumentError(joined(problems, "; "));
 }
 
 bool is_routing(std::string_view name) noexcept {
@@ -131,31 +138,29 @@ void Normalizing_::_take_action(const Value& value) {
   if (value.if_text() != action->name) {
     alias_hit = true;
     notes.push_back(
-        line_of({"the action '", text_form(value), "' was read as '", action->name, "'"}));
+        line_of({"the action '", TextForm(value), "' was read as '", action->name, "'"}));
   }
-  arguments.set(ACTION_PARAM, action->name);
+  MappingAccess::set(arguments, index_.action_key, action->name);
 }
 
 std::string Normalizing_::_unknown_parameter(std::string_view name) const {
-  const std::vector<std::string>& names = spec.param_names();
-  std::string line = line_of({"Unknown parameter '", name, "' for ", spec.name(), "."});
-  if (const auto near = _nearest(name, index_.all_names); near && !near->empty()) {
-    const ParamSpec* param = spec.param(*near);
-    line += line_of({" Did you mean '", param != nullptr ? param->name : *near, "'?"});
+  const auto near = _nearest(name, index_.all_names);
+  if (!near || near->empty()) {
+    return line_of({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
   }
-  line += names.empty() ? " It takes none." : line_of({" It takes: ", joined(names, ", "), "."});
-  return line;
+  const ParamSpec* param = spec.param(*near);
+  return line_of({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '",
+                  param != nullptr ? param->name : *near, "'?", index_.takes});
 }
 
 // Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
 // bounded by nothing.
 Value Normalizing_::_coerced(const ParamIndex& index, Argument_ argument) {
   const ParamSpec& param = index.spec;
-  Coercion_ coercion = COERCIONS_.at(param.type)(argument);
+  Coercion_ coercion = COERCIONS_.at(index)(argument);
   if (coercion.failure != Coercion_::Failure::none) {
-    problems.push_back(
-        line_of({"Parameter '", param.name, "' of ", spec.name(), " must be ",
-                 TYPE_WORDS_.at(param.type), ", not ", display_form(argument.value())}));
+    problems.push_back(line_of({"Parameter '", param.name, "' of ", spec.name(), " must be ",
+                                TYPE_WORDS_.at(index), ", not ", display_form(argument.value())}));
     return {};
   }
   List* items = coercion.value.if_list();
@@ -191,8 +196,8 @@ const std::string* Normalizing_::_enum_value(const ParamIndex& index, std::strin
   return nullptr;
 }
 
-Value Normalizing_::_bounded(const ParamSpec& param, Value value) {
-  if (!value.is_integer() && !value.is_float()) return value;
+Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
+  if (!value.is_integer() && !value.is_float()) return std::move(value);
   const auto beyond = [&value](const Value& bound, std::partial_ordering side) {
     if (bound.is_none()) return false;
     const std::partial_ordering order = compare_numbers(value, bound);
@@ -202,7 +207,7 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value value) {
     return order == side;
   };
   const bool below = beyond(param.minimum, std::partial_ordering::less);
-  if (!below && !beyond(param.maximum, std::partial_ordering::greater)) return value;
+  if (!below && !beyond(param.maximum, std::partial_ordering::greater)) return std::move(value);
   const Value& bound = below ? param.minimum : param.maximum;
   Value used = param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
   notes.push_back(line_of({"'", param.name, "' ", display_form(value), " is ",
@@ -212,7 +217,7 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value value) {
 }
 
 Value Normalizing_::_action() {
-  if (const Value* named = arguments.find(ACTION_PARAM)) return text_form(*named);
+  if (const Value* named = MappingAccess::find(arguments, index_.action_key)) return *named;
   if (_action_refused) return {};
   Value action = effective_action(spec.name(), {});
   if (action.is_text()) {
@@ -232,10 +237,16 @@ void Normalizing_::_check_required(const Value& action) {
   }
 }
 
-NormalizedArguments Normalizing_::result() {
+void Normalizing_::_settle() {
   const Value action = _action();
   if (action.is_text() || spec.actions().empty()) _check_required(action);
-  if (!problems.empty()) throw ArgumentError(joined(problems, "; "));
+}
+
+// Where this throws nothing waits to be destroyed, since each frame with something to destroy makes
+// the throw a third slower.
+NormalizedArguments Normalizing_::result() {
+  _settle();
+  if (!problems.empty()) throw refusal_of(problems);
   return NormalizedArguments(std::move(arguments), std::move(notes), alias_hit);
 }
 
@@ -386,26 +397,17 @@ constinit const TypeTable_<std::string_view> TYPE_WORDS_ = {{{
 
 namespace {
 
-Value default_of(const ParamSpec& param) {
-  return param.action_defaults.empty() ? param.default_ : Value();
-}
-
-// `Arguments` are read, or moved from when they are not const.
+// The defaults, with what the arguments hold in their places. `Arguments` are read, or moved from
+// when they are not const.
 template <class Arguments>
 Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
-  Mapping bound;
-  bound.reserve(spec.params().size() + 1);
-  if (!spec.actions().empty()) {
-    bound.set(ACTION_PARAM, effective_action(spec.name(), arguments));
-  }
-  for (const ParamIndex& param : ToolIndex::of(spec).param_index) {
-    auto* given = MappingAccess::find(arguments, param.key);
-    Value value = given != nullptr ? std::move(*given) : default_of(param.spec);
-    if (param.spec.name == ACTION_PARAM) {
-      MappingAccess::set(bound, param.key, std::move(value));
-    } else {
-      MappingAccess::append(bound, param.key, std::move(value));
-    }
+  const ToolIndex& index = ToolIndex::of(spec);
+  Mapping bound = index.defaults;
+  const bool runs_action = !index.actions.empty() && !index.declares_action;
+  if (runs_action) bound.begin()->value = effective_action(spec.name(), arguments);
+  for (auto& entry : arguments) {
+    if (runs_action && entry.key() == index.action_key) continue;
+    if (Value* place = MappingAccess::find(bound, entry.key())) *place = std::move(entry.value);
   }
   return bound;
 }
@@ -418,11 +420,6 @@ Mapping bind_arguments(ToolRef tool, const Mapping& arguments) {
 
 Mapping bind_arguments(ToolRef tool, Mapping&& arguments) {
   return bound_from(tool.spec(), arguments);
-}
-
-Value _bound_value(const ParamSpec& param, const Mapping& arguments) {
-  const Value* value = arguments.find(param.name);
-  return value != nullptr ? *value : default_of(param);
 }
 
 Value action_default(std::string_view tool, std::string_view name, std::string_view action) {

@@ -66,7 +66,7 @@ class Normalizing_ {
   [[nodiscard]] Value _coerced(const ParamIndex& param, Argument_ argument);
   // The enumeration's own spelling; null, and a problem, for a text that it does not hold.
   [[nodiscard]] const std::string* _enum_value(const ParamIndex& param, std::string_view value);
-  [[nodiscard]] Value _bounded(const ParamSpec& param, Value value);
+  [[nodiscard]] Value _bounded(const ParamSpec& param, Value&& value);
   // Text, or none.
   [[nodiscard]] Value _action();
   void _check_required(const Value& action);
@@ -83,6 +83,7 @@ class Normalizing_ {
   bool _action_refused = false;
 
  private:
+  void _settle();
   [[nodiscard]] bool _read_synonym(const ParamIndex& param, std::string_view name);
   [[nodiscard]] Value _enum_items(const ParamIndex& param, const List& items);
 
@@ -105,23 +106,19 @@ class Normalizing_ {
 [[nodiscard]] Coercion_ _string(Argument_ argument);
 [[nodiscard]] Coercion_ _array(Argument_ argument);
 
-// What stands for each of the five type words. Any other word throws std::out_of_range: it is a
-// fault of the registry, not of the request.
+// What stands for each of the five type words, in their order. A parameter of any other type throws
+// std::out_of_range: it is a fault of the registry, not of the request.
 template <class Entry>
 struct TypeTable_ {
-  [[nodiscard]] const Entry& at(std::string_view type) const {
-    for (const auto& [word, entry] : rows) {
-      if (word == type) return entry;
-    }
-    throw std::out_of_range("no parameter type is named " + display_form(type));
+  [[nodiscard]] const Entry& at(const ParamIndex& param) const {
+    if (param.type < rows.size()) return rows[param.type].second;
+    throw std::out_of_range("no parameter type is named " + display_form(param.spec.type));
   }
 
-  std::array<std::pair<std::string_view, Entry>, 5> rows;
+  std::array<std::pair<std::string_view, Entry>, TYPE_NAMES.size()> rows;
 };
 extern const TypeTable_<Coercion_ (*)(Argument_)> COERCIONS_;
 extern const TypeTable_<std::string_view> TYPE_WORDS_;
-
-[[nodiscard]] Value _bound_value(const ParamSpec& param, const Mapping& arguments);
 
 // Nothing: the handler takes any name.
 [[nodiscard]] std::optional<std::set<std::string_view>> _parameter_names(const Handler& handler);

@@ -30,6 +30,15 @@ std::vector<std::string> names_of(const std::vector<Named>& all) {
   return names;
 }
 
+std::string joined_names(const std::vector<std::string>& names) {
+  std::string all;
+  for (const std::string& name : names) {
+    if (&name != &names.front()) all += ", ";
+    all += name;
+  }
+  return all;
+}
+
 std::string unchanged(std::string_view text) { return std::string(text); }
 
 // Declared names come before every synonym.
@@ -52,6 +61,11 @@ Mapping enum_positions_of(const ParamSpec& param) {
   return positions;
 }
 
+std::string takes_of(const std::vector<std::string>& names) {
+  if (names.empty()) return " It takes none.";
+  return " It takes: " + joined_names(names) + ".";
+}
+
 void check_names_differ(const ToolIndex& tool) {
   for (std::size_t i = 0; i < tool.params.size(); ++i) {
     if (position_in(tool.param_positions, tool.params[i].name) != i) {
@@ -65,11 +79,18 @@ void check_names_differ(const ToolIndex& tool) {
 void work_out(ToolIndex& tool) {
   tool.action_names = names_of(tool.actions);
   tool.param_names = names_of(tool.params);
+  tool.takes = takes_of(tool.param_names);
+  if (!tool.actions.empty()) tool.defaults.set(ACTION_PARAM, Value());
   tool.all_names = tool.param_names;
   tool.param_index.reserve(tool.params.size());
   for (const ParamSpec& param : tool.params) {
     tool.all_names.insert(tool.all_names.end(), param.synonyms.begin(), param.synonyms.end());
-    tool.param_index.push_back({param, param.name, enum_positions_of(param)});
+    const auto type = std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), param.type);
+    tool.param_index.push_back({param, param.name,
+                                static_cast<std::size_t>(type - TYPE_NAMES.begin()),
+                                enum_positions_of(param)});
+    tool.defaults.set(param.name, param.action_defaults.empty() ? param.default_ : Value());
+    tool.declares_action = tool.declares_action || param.name == ACTION_PARAM;
     if (param.required || !param.required_for.empty()) {
       tool.needed.push_back(&tool.param_index.back());
     }
@@ -128,12 +149,8 @@ const ActionSpec* ToolSpec::action(const Value& value) const {
 }
 
 std::string ToolSpec::unknown_action_error(const Value& value) const {
-  std::string line = name() + " has no action " + display_form(value) + ": it has ";
-  for (const std::string& action : action_names()) {
-    if (&action != &action_names().front()) line += ", ";
-    line += action;
-  }
-  return line;
+  return name() + " has no action " + display_form(value) + ": it has " +
+         joined_names(action_names());
 }
 
 bool operator==(const ToolSpec& left, const ToolSpec& right) {

@@ -298,7 +298,7 @@ const Value* Mapping::find_if(std::string_view name, const Matches& matches) con
 }
 
 const Value* Mapping::find(std::string_view name) const noexcept {
-  if (name.size() <= Value::inline_capacity) return find_key(Value(name));
+  if (name.size() <= Value::inline_capacity) return MappingAccess::find(*this, Value(name));
   return find_if(name, [name](const Value& key) { return key.if_text() == name; });
 }
 

@@ -14,18 +14,16 @@ constexpr const char* purpose =
     "Admits tool requests, one JSON object a line, and answers each with its arguments as a\n"
     "handler gets them, or with what is wrong with them.";
 
-constexpr const char* footer =
-    "A request:   {\"tool\": NAME, \"arguments\": {...}}\n"
-    "             \"name\" is read where \"tool\" is absent; \"arguments\" may be left out;\n"
-    "             other members are ignored, and so are blank lines\n"
-    "Its answer:  {\"tool\": NAME, \"arguments\": {...}, \"notes\": [...], \"alias_hit\": "
-    "BOOLEAN,\n"
-    "              \"bound\": {...}}\n"
-    "         or  {\"tool\": NAME, \"error\": {\"type\": TYPE, \"message\": TEXT}}\n"
-    "             TYPE is ArgumentError, KeyError (no such tool), OverflowError, RequestError\n"
-    "             (the line is no request) or RegistryError (the tool is badly declared)\n"
-    "Exit status: 0 when all requests were admitted, 1 when some were refused, 2 for wrong usage,\n"
-    "             a file that cannot be read, and a tools file with errors";
+constexpr const char* footer = R"(A request:   {"tool": NAME, "arguments": {...}}
+             "name" is read where "tool" is absent; "arguments" may be left out;
+             other members are ignored, and so are blank lines
+Its answer:  {"tool": NAME, "arguments": {...}, "notes": [...], "alias_hit": BOOLEAN,
+              "bound": {...}}
+         or  {"tool": NAME, "error": {"type": TYPE, "message": TEXT}}
+             TYPE is ArgumentError, KeyError (no such tool), OverflowError, RequestError
+             (the line is no request) or RegistryError (the tool is badly declared)
+Exit status: 0 when all requests were admitted, 1 when some were refused, 2 for wrong usage,
+             a file that cannot be read, and a tools file with errors)";
 
 std::string version() {
   return "tool_admit " + std::to_string(TOOL_BINDING_VERSION_MAJOR) + '.' +

@@ -378,8 +378,9 @@ class TOOL_BINDING_EXPORT Mapping {
  public:
   class Entry {
    public:
-    Entry(Value key, Value entry_value) noexcept
-        : value(std::move(entry_value)), key_(std::move(key)) {}
+    template <class Key, class Content>
+    Entry(Key&& key, Content&& content)
+        : value(std::forward<Content>(content)), key_(std::forward<Key>(key)) {}
 
     [[nodiscard]] const Value& key() const noexcept { return key_; }
     // The key's text. Precondition: the key is text.
