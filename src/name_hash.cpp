@@ -15,12 +15,14 @@ std::uint64_t mixed(std::uint64_t left, std::uint64_t right) noexcept {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
+constexpr std::uint64_t spread = 0x9e3779b97f4a7c15U;
+
 // Where the loader put the program and when it first asked: neither is known to a client.
 std::uint64_t process_key() noexcept {
   static const std::uint64_t key = [] {
     static const char anchor = 0;
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    return mixed(reinterpret_cast<std::uintptr_t>(&anchor) ^ 0x9e3779b97f4a7c15U,
+    return mixed(reinterpret_cast<std::uintptr_t>(&anchor) ^ spread,
                  static_cast<std::uint64_t>(now) ^ 0xd1342543de82ef95U);
   }();
   return key;
@@ -47,7 +49,8 @@ std::uint64_t name_hash(std::string_view name) noexcept {
   } else if (!name.empty()) {
     std::memcpy(rest.data(), name.data(), name.size());
   }
-  return mixed(hash ^ rest[0], key ^ rest[1]);
+  // One product leaves names that differ in few bits close together; the second parts them.
+  return mixed(mixed(hash ^ rest[0], key ^ rest[1]) ^ name.size(), spread);
 }
 
 }  // namespace tool_binding

@@ -1,10 +1,10 @@
 #include "tool_binding/tool_binding.hpp"
 
 #include <algorithm>
-#include <initializer_list>
 
 #include "mapping_access.hpp"
 #include "numbers.hpp"
+#include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/similarity.hpp"
 #include "text/trim.hpp"
@@ -15,27 +15,6 @@
 
 namespace tool_binding {
 namespace {
-
-std::string line_of(std::initializer_list<std::string_view> pieces) {
-  std::size_t size = 0;
-  for (const std::string_view piece : pieces) size += piece.size();
-  std::string line;
-  line.reserve(size);
-  for (const std::string_view piece : pieces) line += piece;
-  return line;
-}
-
-std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
-  std::size_t size = 0;
-  for (const std::string& text : texts) size += text.size() + separator.size();
-  std::string all;
-  all.reserve(size);
-  for (const std::string& text : texts) {
-    if (&text != &texts.front()) all += separator;
-    all += text;
-  }
-  return all;
-}
 
 ArgumentError refusal_of(const std::vector<std::string>& problems) {
   return ArgumentError(joined(problems, "; "));
@@ -105,7 +84,7 @@ void Normalizing_::take(const Value& key, Argument_ argument) {
     return;
   }
   if (value.is_text() && !_given(param->spec, value)) return;
-  const bool is_declared = name == param->spec.name;
+  const bool is_declared = key == param->key;
   if (!is_declared && !_read_synonym(*param, name)) return;
   Value coerced = _coerced(*param, argument);
   if (!coerced.is_none()) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/similarity.hpp"
 #include "text/trim.hpp"
@@ -30,15 +31,6 @@ std::vector<std::string> names_of(const std::vector<Named>& all) {
   return names;
 }
 
-std::string joined_names(const std::vector<std::string>& names) {
-  std::string all;
-  for (const std::string& name : names) {
-    if (&name != &names.front()) all += ", ";
-    all += name;
-  }
-  return all;
-}
-
 std::string unchanged(std::string_view text) { return std::string(text); }
 
 // Declared names come before every synonym.
@@ -63,7 +55,7 @@ Mapping enum_positions_of(const ParamSpec& param) {
 
 std::string takes_of(const std::vector<std::string>& names) {
   if (names.empty()) return " It takes none.";
-  return " It takes: " + joined_names(names) + ".";
+  return " It takes: " + joined(names, ", ") + ".";
 }
 
 void check_names_differ(const ToolIndex& tool) {
@@ -150,7 +142,7 @@ const ActionSpec* ToolSpec::action(const Value& value) const {
 
 std::string ToolSpec::unknown_action_error(const Value& value) const {
   return name() + " has no action " + display_form(value) + ": it has " +
-         joined_names(action_names());
+         joined(action_names(), ", ");
 }
 
 bool operator==(const ToolSpec& left, const ToolSpec& right) {

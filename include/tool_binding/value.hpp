@@ -180,7 +180,9 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] std::optional<bool> if_boolean() const noexcept {
     return is_boolean() ? std::optional(get_boolean()) : std::nullopt;
   }
-  [[nodiscard]] bool as_boolean() const { return require(Kind::boolean).get_boolean(); }
+  [[nodiscard]] bool as_boolean() const {
+    return require(is_boolean(), Kind::boolean).get_boolean();
+  }
   [[nodiscard]] bool get_boolean() const noexcept { return payload<std::uint64_t>() != 0; }
 
   [[nodiscard]] bool is_integer() const noexcept {
@@ -189,7 +191,9 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] std::optional<Integer> if_integer() const noexcept {
     return is_integer() ? std::optional(get_integer()) : std::nullopt;
   }
-  [[nodiscard]] Integer as_integer() const { return require(Kind::integer).get_integer(); }
+  [[nodiscard]] Integer as_integer() const {
+    return require(is_integer(), Kind::integer).get_integer();
+  }
   [[nodiscard]] Integer get_integer() const noexcept {
     return tag() == Tag::small_integer ? Integer(payload<std::int64_t>()) : Integer(heap_text());
   }
@@ -207,7 +211,7 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] std::optional<double> if_float() const noexcept {
     return is_float() ? std::optional(get_float()) : std::nullopt;
   }
-  [[nodiscard]] double as_float() const { return require(Kind::float_).get_float(); }
+  [[nodiscard]] double as_float() const { return require(is_float(), Kind::float_).get_float(); }
   [[nodiscard]] double get_float() const noexcept { return payload<double>(); }
 
   [[nodiscard]] bool is_text() const noexcept {
@@ -216,7 +220,9 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] std::optional<std::string_view> if_text() const noexcept {
     return is_text() ? std::optional(get_text()) : std::nullopt;
   }
-  [[nodiscard]] std::string_view as_text() const { return require(Kind::text).get_text(); }
+  [[nodiscard]] std::string_view as_text() const {
+    return require(is_text(), Kind::text).get_text();
+  }
   [[nodiscard]] std::string_view get_text() const noexcept {
     return tag() >= Tag::inline_text ? std::string_view(bytes_.data(), inline_size()) : heap_text();
   }
@@ -224,9 +230,9 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] bool is_list() const noexcept { return tag() == Tag::list; }
   [[nodiscard]] const List* if_list() const noexcept { return is_list() ? &get_list() : nullptr; }
   [[nodiscard]] List* if_list() noexcept { return is_list() ? &get_list() : nullptr; }
-  [[nodiscard]] const List& as_list() const { return require(Kind::list).get_list(); }
+  [[nodiscard]] const List& as_list() const { return require(is_list(), Kind::list).get_list(); }
   [[nodiscard]] List& as_list() {
-    require(Kind::list);
+    require(is_list(), Kind::list);
     return get_list();
   }
   [[nodiscard]] const List& get_list() const noexcept;
@@ -237,9 +243,11 @@ class TOOL_BINDING_EXPORT Value {
     return is_mapping() ? &get_mapping() : nullptr;
   }
   [[nodiscard]] Mapping* if_mapping() noexcept { return is_mapping() ? &get_mapping() : nullptr; }
-  [[nodiscard]] const Mapping& as_mapping() const { return require(Kind::mapping).get_mapping(); }
+  [[nodiscard]] const Mapping& as_mapping() const {
+    return require(is_mapping(), Kind::mapping).get_mapping();
+  }
   [[nodiscard]] Mapping& as_mapping() {
-    require(Kind::mapping);
+    require(is_mapping(), Kind::mapping);
     return get_mapping();
   }
   [[nodiscard]] const Mapping& get_mapping() const noexcept;
@@ -251,7 +259,7 @@ class TOOL_BINDING_EXPORT Value {
     return is_object() ? get_object() : nullptr;
   }
   [[nodiscard]] const std::shared_ptr<Object>& as_object() const {
-    return require(Kind::object).get_object();
+    return require(is_object(), Kind::object).get_object();
   }
   [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
 
@@ -323,8 +331,8 @@ class TOOL_BINDING_EXPORT Value {
   // size that may overlap, which is several times faster than a copy of variable size.
   static std::array<char, 16> short_bytes(std::string_view text) noexcept;
 
-  const Value& require(Kind kind) const {
-    if (this->kind() != kind) throw_wrong_kind(kind);
+  const Value& require(bool is_kind, Kind kind) const {
+    if (!is_kind) throw_wrong_kind(kind);
     return *this;
   }
   [[noreturn]] void throw_wrong_kind(Kind wanted) const;

@@ -30,6 +30,4 @@ std::string_view trimmed(std::string_view text) noexcept {
   return without_trailing_space(without_leading_space(text));
 }
 
-bool is_blank(std::string_view text) noexcept { return without_leading_space(text).empty(); }
-
 }  // namespace tool_binding

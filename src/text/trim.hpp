@@ -13,7 +13,11 @@ namespace tool_binding {
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 
 // Whether the text holds nothing but white space, or nothing at all.
-[[nodiscard]] bool is_blank(std::string_view text) noexcept;
+[[nodiscard]] inline bool is_blank(std::string_view text) noexcept {
+  // Most text begins with an ASCII character that is printed.
+  if (!text.empty() && text.front() >= '!' && text.front() <= '~') return false;
+  return trimmed(text).empty();
+}
 
 }  // namespace tool_binding
 
