@@ -23,10 +23,10 @@ struct MappingAccess {
     return const_cast<Value*>(find(std::as_const(mapping), key));
   }
 
-  // Precondition: `key` is text, and not in the mapping. The value is copied or moved, as given.
-  template <class Content>
-  static void append(Mapping& mapping, const Value& key, Content&& value) {
-    mapping.entries_.emplace_back(key, std::forward<Content>(value));
+  // Precondition: `key` is not in the mapping. Both are copied or moved, as given.
+  template <class Key, class Content>
+  static void append(Mapping& mapping, Key&& key, Content&& value) {
+    mapping.entries_.emplace_back(std::forward<Key>(key), std::forward<Content>(value));
     if (mapping.entries_.size() > Mapping::scan_limit) mapping.index_last();
   }
 

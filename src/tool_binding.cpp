@@ -323,7 +323,7 @@ Coercion_ _number(Argument_ argument) {
 Coercion_ _boolean(Argument_ argument) {
   const Value& value = argument.value();
   if (value.is_boolean()) return {value};
-  if (const auto integer = value.if_int64(); integer == 0 || integer == 1) return {*integer == 1};
+  if (const auto bit = value.if_int64(); bit && (*bit == 0 || *bit == 1)) return {*bit == 1};
   if (!value.is_text()) return wrong_kind(value);
   try {
     return {parse_bool(value.get_text())};

@@ -35,7 +35,10 @@ class Argument_ {
   Argument_(Value&& value) noexcept : value_(value), movable_(&value) {}
 
   [[nodiscard]] const Value& value() const noexcept { return value_; }
-  [[nodiscard]] Value take() const { return movable_ != nullptr ? std::move(*movable_) : value_; }
+  [[nodiscard]] Value take() const {
+    if (movable_ != nullptr) return std::move(*movable_);
+    return value_;
+  }
 
  private:
   const Value& value_;

@@ -323,7 +323,7 @@ Value& Mapping::set(Value key, Value value) {
   if (const Value* present = find_key(key)) {
     return const_cast<Value&>(*present) = std::move(value);
   }
-  MappingAccess::append(*this, key, std::move(value));
+  MappingAccess::append(*this, std::move(key), std::move(value));
   return entries_.back().value;
 }
 

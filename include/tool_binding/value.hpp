@@ -286,6 +286,7 @@ class TOOL_BINDING_EXPORT Value {
     inline_text = 16,
   };
   static constexpr std::size_t inline_capacity = 15;
+  static constexpr std::size_t payload_size = sizeof(std::uint64_t);
   static constexpr std::array<Kind, 9> kinds_ = {Kind::none,   Kind::boolean, Kind::integer,
                                                  Kind::float_, Kind::integer, Kind::text,
                                                  Kind::list,   Kind::mapping, Kind::object};
@@ -313,13 +314,13 @@ class TOOL_BINDING_EXPORT Value {
   template <class T>
   [[nodiscard]] T payload() const noexcept {
     T content;
-    std::memcpy(&content, bytes_.data(), sizeof content);
+    std::memcpy(&content, bytes_.data(), payload_size);
     return content;
   }
   template <class T>
   void set_payload(Tag tag, T content) noexcept {
-    static_assert(sizeof content == sizeof(std::uint64_t));
-    std::memcpy(bytes_.data(), &content, sizeof content);
+    static_assert(sizeof(T) == payload_size);
+    std::memcpy(bytes_.data(), &content, payload_size);
     bytes_[inline_capacity] = static_cast<char>(tag);
   }
   void set_inline_text(std::string_view text) noexcept {
