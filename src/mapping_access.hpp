@@ -27,7 +27,9 @@ struct MappingAccess {
   template <class Key, class Content>
   static void append(Mapping& mapping, Key&& key, Content&& value) {
     mapping.entries_.emplace_back(std::forward<Key>(key), std::forward<Content>(value));
-    if (mapping.entries_.size() > Mapping::scan_limit) mapping.index_last();
+    if (mapping.entries_.size() > Mapping::scan_limit || !mapping.index_.empty()) {
+      mapping.index_last();
+    }
   }
 
   // Precondition: `key` is text.

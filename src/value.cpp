@@ -297,6 +297,11 @@ const Value* Mapping::find_if(std::string_view name, const Matches& matches) con
   return nullptr;
 }
 
+void Mapping::reserve(std::size_t count) {
+  entries_.reserve(count);
+  if (count > scan_limit && count * 2 > index_.size()) rebuild_index(count);
+}
+
 const Value* Mapping::find(std::string_view name) const noexcept {
   if (name.size() <= Value::inline_capacity) return MappingAccess::find(*this, Value(name));
   return find_if(name, [name](const Value& key) { return key.if_text() == name; });
@@ -331,18 +336,18 @@ Value& Mapping::set(Value key, Value value) {
 void Mapping::index_last() {
   if (entries_.size() * 2 <= index_.size()) return insert_in_index(entries_.size() - 1);
   try {
-    rebuild_index();
+    rebuild_index(entries_.size() * 2);
   } catch (...) {
     entries_.pop_back();
     throw;
   }
 }
 
-void Mapping::rebuild_index() {
-  if (entries_.size() >= std::numeric_limits<std::uint32_t>::max() / 4) {
+void Mapping::rebuild_index(std::size_t capacity) {
+  if (capacity > std::numeric_limits<std::uint32_t>::max() / 2) {
     throw std::length_error("a mapping holds at most a billion names");
   }
-  index_.assign(std::bit_ceil(entries_.size() * 4), 0);
+  index_.assign(std::bit_ceil(capacity * 2), 0);
   for (std::size_t i = 0; i < entries_.size(); ++i) insert_in_index(i);
 }
 

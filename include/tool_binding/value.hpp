@@ -416,7 +416,8 @@ class TOOL_BINDING_EXPORT Mapping {
 
   [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
   [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
-  void reserve(std::size_t count) { entries_.reserve(count); }
+  // Makes room for so many names, so that adding them allocates nothing more.
+  void reserve(std::size_t count);
 
   [[nodiscard]] const_iterator begin() const noexcept { return entries_.begin(); }
   [[nodiscard]] const_iterator end() const noexcept { return entries_.end(); }
@@ -458,7 +459,7 @@ class TOOL_BINDING_EXPORT Mapping {
   const Value* find_if(std::string_view name, const Matches& matches) const noexcept;
   // Takes the last entry back if there is no memory for its place in the index.
   void index_last();
-  void rebuild_index();
+  void rebuild_index(std::size_t capacity);
   void insert_in_index(std::size_t position) noexcept;
 
   std::vector<Entry> entries_;
