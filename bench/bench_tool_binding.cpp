@@ -1,0 +1,210 @@
+// Times a request to the layer, to the limit and to RapidJSON.
+//
+//   bench_tool_binding [Google Benchmark's options]
+//   bench_tool_binding --answer WAY CASE COUNT    answers one case so often, for an instruction
+//   count bench_tool_binding --cases                    the search tool and its requests as JSON
+//
+// A way that ends in _move is handed a request of its own each time. These copies are made and
+// destroyed in batches while no time is taken; the clock is read twice a batch.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cases.hpp"
+#include "check_answers.hpp"
+#include "counting_new.hpp"
+#include "limit.hpp"
+#include "rapidjson_peer.hpp"
+#include "tool_binding/tool_binding.hpp"
+
+namespace tool_binding::bench {
+namespace {
+
+using benchmark::DoNotOptimize;
+using benchmark::State;
+
+// The tool is given by name, as a daemon has it.
+struct AdmitBind {
+  template <class Request>
+  static void answer(const std::string& tool, Request&& request) {
+    NormalizedArguments admitted = normalize_arguments(tool, std::forward<Request>(request));
+    const Mapping bound = bind_arguments(tool, std::move(admitted).arguments());
+    DoNotOptimize(&admitted);
+    DoNotOptimize(&bound);
+  }
+};
+
+struct Limit {
+  template <class Request>
+  static void answer(const std::string& tool, Request&& request) {
+    const Answer answered = limit(tool, std::forward<Request>(request));
+    DoNotOptimize(&answered);
+  }
+};
+
+// Out of line, so that a profiler can count what happens within.
+template <class Way, class Request>
+[[gnu::noinline]] void answer_once(const std::string& tool, Request&& request) {
+  try {
+    Way::answer(tool, std::forward<Request>(request));
+  } catch (const ArgumentError& error) {
+    DoNotOptimize(error.message());
+  }
+}
+
+class ToolsInUse {
+ public:
+  explicit ToolsInUse(const Case& c) { set_tools(c.tools); }
+  ~ToolsInUse() { set_tools(cases().front().tools); }
+  ToolsInUse(const ToolsInUse&) = delete;
+  ToolsInUse& operator=(const ToolsInUse&) = delete;
+};
+
+template <class Run>
+void count_allocations(State& state, const Run& run) {
+  const Allocations before = allocations();
+  run();
+  const Allocations after = allocations();
+  state.counters["allocations"] = static_cast<double>(after.count - before.count);
+  state.counters["heap_bytes"] = static_cast<double>(after.bytes - before.bytes);
+}
+
+template <class Way>
+void measure(State& state, const Case& c) {
+  const ToolsInUse tools(c);
+  for (auto _ : state) answer_once<Way>(c.tool, c.request);
+  count_allocations(state, [&c] { answer_once<Way>(c.tool, c.request); });
+}
+
+template <class Way>
+void measure_threads(State& state, const Case& c) {
+  for (auto _ : state) answer_once<Way>(c.tool, c.request);
+  state.SetItemsProcessed(state.iterations());
+}
+
+// So many copies of a request as stay in the nearest caches.
+std::size_t batch_size(const Mapping& request) {
+  std::size_t values = request.size();
+  for (const Mapping::Entry& entry : request) {
+    if (const List* items = entry.value.if_list()) values += items->size();
+  }
+  return std::clamp<std::size_t>(640 / values, 1, 64);
+}
+
+template <class Way>
+void measure_move(State& state, const Case& c) {
+  using Clock = std::chrono::steady_clock;
+  const ToolsInUse tools(c);
+  const std::size_t batch = batch_size(c.request);
+  while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(batch))) {
+    std::vector<Mapping> requests(batch, c.request);
+    const Clock::time_point start = Clock::now();
+    for (Mapping& request : requests) answer_once<Way>(c.tool, std::move(request));
+    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+  }
+  Mapping request = c.request;
+  count_allocations(state, [&] { answer_once<Way>(c.tool, std::move(request)); });
+}
+
+void measure_rapidjson_validate(State& state, const Case& c) {
+  RapidJsonPeer peer(c);
+  for (auto _ : state) DoNotOptimize(peer.validate());
+}
+
+void measure_rapidjson_bind(State& state, const Case& c) {
+  RapidJsonPeer peer(c);
+  for (auto _ : state) {
+    if (!peer.validate()) return state.SkipWithError("the request is not valid");
+    const Mapping bound = peer.bound();
+    DoNotOptimize(&bound);
+  }
+}
+
+template <class Measure>
+benchmark::internal::Benchmark* add(std::string_view way, const Case& c, const Measure& measure) {
+  const std::string name = std::string(way) + '/' + c.name;
+  return benchmark::RegisterBenchmark(name.c_str(), measure, std::cref(c));
+}
+
+void register_benchmarks() {
+  for (const Case& c : cases()) {
+    add("admit_bind", c, measure<AdmitBind>);
+    add("limit", c, measure<Limit>);
+    add("admit_bind_move", c, measure_move<AdmitBind>)->UseManualTime();
+    add("limit_move", c, measure_move<Limit>)->UseManualTime();
+  }
+  for (const char* name : {"clean", "refused"}) {
+    const Case& c = case_named(name);
+    for (const int threads : {1, 2}) {
+      add("threads", c, measure_threads<AdmitBind>)->Threads(threads)->UseRealTime();
+    }
+  }
+  for (const char* name : {"clean", "refused", "list/10", "list/100", "list/1000", "list/10000"}) {
+    add("rapidjson_validate", case_named(name), measure_rapidjson_validate);
+  }
+  for (const char* name : {"clean", "list/10", "list/100", "list/1000", "list/10000"}) {
+    add("rapidjson_bind", case_named(name), measure_rapidjson_bind);
+  }
+}
+
+template <class Way>
+void answer_often(const Case& c, bool move, long count) {
+  const ToolsInUse tools(c);
+  try {
+    Way::answer(c.tool, c.request);  // what is made on first use is not counted
+  } catch (const ArgumentError&) {
+  }
+  for (; count > 0; --count) {
+    if (!move) {
+      answer_once<Way>(c.tool, c.request);
+    } else {
+      Mapping request = c.request;
+      answer_once<Way>(c.tool, std::move(request));
+    }
+  }
+}
+
+int answer_often(std::string_view way, const std::string& name, long count) {
+  const auto answer = way.starts_with("admit_bind") ? answer_often<AdmitBind> : answer_often<Limit>;
+  answer(case_named(name), way.ends_with("_move"), count);
+  return 0;
+}
+
+int run_benchmarks(int argc, char** argv) {
+  if (!answers_agree()) return 1;
+  register_benchmarks();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
+
+int run(int argc, char** argv) {
+  const std::string_view first = argc > 1 ? argv[1] : "";
+  if (first == "--answer" && argc == 5) return answer_often(argv[2], argv[3], std::stol(argv[4]));
+  if (first == "--cases") {
+    write_cases(std::cout);
+    return 0;
+  }
+  return run_benchmarks(argc, argv);
+}
+
+}  // namespace
+}  // namespace tool_binding::bench
+
+int main(int argc, char** argv) {
+  try {
+    return tool_binding::bench::run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench_tool_binding: %s\n", error.what());
+    return 2;
+  }
+}

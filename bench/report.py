@@ -1,0 +1,223 @@
+#!/usr/bin/env python3
+"""Writes results/ and the end of README.md from the raw results of run.sh.
+
+Usage: report.py RAW_DIRECTORY MACHINE
+
+Times are medians over the runs; a ratio is the median of the runs' ratios.
+"""
+
+import collections
+import html
+import json
+import math
+import pathlib
+import statistics
+import sys
+
+CASES = ["clean", "text", "notes", "refused", "action",
+         *(f"{kind}/{n}" for kind in ("list", "unknown") for n in (10, 100, 1000, 10000)),
+         "tools/10", "tools/1000", "wide/10", "wide/100", "wide/1000"]
+WAYS = ["limit", "admit_bind", "limit_move", "admit_bind_move"]
+PEERS = ["ajv", "zod", "ajv_in_place", "zod_plain", "rapidjson_bind", "rapidjson_validate"]
+PLOTTED = ["clean", "text", "notes", "action", "refused", "list/1000", "unknown/100"]
+COLORS = {"limit": "#222222", "admit_bind": "#1f6fb4", "admit_bind_move": "#7db8e8",
+          "ajv": "#d9822b", "zod": "#b0413e", "ajv_in_place": "#f0c489", "zod_plain": "#e3a5a3",
+          "rapidjson_bind": "#4c8c4a", "rapidjson_validate": "#a5cf9f"}
+
+
+class Results:
+    def __init__(self, raw):
+        self.runs = []  # of each run: nanoseconds by "WAY/CASE"
+        self.counters = {}
+        for file in sorted(raw.glob("run*.json")):
+            repetitions = collections.defaultdict(list)
+            for entry in json.loads(file.read_text())["benchmarks"]:
+                if entry["run_type"] != "iteration":
+                    continue
+                name = entry["run_name"].replace("/manual_time", "")
+                self.counters[name] = entry
+                many = "items_per_second" in entry
+                repetitions[name].append(1e9 / entry["items_per_second"] if many
+                                         else entry["real_time"])
+            times = {name: statistics.median(each) for name, each in repetitions.items()}
+            for line in file.with_suffix(".txt").read_text().splitlines():
+                name, nanoseconds = line.split()
+                times[name] = float(nanoseconds)
+            self.runs.append(times)
+        lines = (raw / "instructions.txt").read_text().splitlines()
+        self.instructions = {name: int(count) for name, count in map(str.split, lines)}
+
+    def time(self, name):
+        times = [run[name] for run in self.runs if name in run]
+        return statistics.median(times) if times else None
+
+    def ratio(self, name, base):
+        ratios = [run[name] / run[base] for run in self.runs if name in run and base in run]
+        return statistics.median(ratios) if ratios else None
+
+    def instruction_ratio(self, name, base):
+        if name not in self.instructions:
+            return None
+        return self.instructions[name] / self.instructions[base]
+
+
+def shown(number):
+    if number is None:
+        return "–"
+    return f"{number:,.0f}" if number >= 100 else f"{number:.1f}"
+
+
+def times(ratio):
+    return "–" if ratio is None else f"{ratio:.2f}×"
+
+
+def with_ratio(results, name, base):
+    time = results.time(name)
+    return "–" if time is None else f"{shown(time)} ({times(results.ratio(name, base))})"
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(head) + " |", "|" + " --- |" + " ---: |" * (len(head) - 1)]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
+
+
+def goals(results):
+    """Rows of (what, the most it should be, what it is)."""
+    rows = []
+    for case in ("clean", "text", "notes", "action"):
+        limit = f"limit/{case}"
+        rows.append((f"admit_bind/{case}, time", 2.0, results.ratio(f"admit_bind/{case}", limit)))
+        rows.append((f"admit_bind/{case}, instructions", 2.0,
+                     results.instruction_ratio(f"admit_bind/{case}", limit)))
+        rows.append((f"admit_bind_move/{case}, time", 1.6,
+                     results.ratio(f"admit_bind_move/{case}", limit)))
+    for case, most in (("refused", 1.5), ("list/1000", 1.1), ("unknown/100", 1.0),
+                       ("unknown/1000", 1.0), ("unknown/10000", 1.0)):
+        rows.append((f"admit_bind/{case}, time", most,
+                     results.ratio(f"admit_bind/{case}", f"limit/{case}")))
+    rows = [(what + " over limit", most, is_now) for what, most, is_now in rows]
+    for case in ("clean", "text", "notes", "action", "refused", "list/1000", "unknown/1000"):
+        beyond = (results.counters[f"admit_bind/{case}"]["allocations"]
+                  - results.counters[f"limit/{case}"]["allocations"])
+        rows.append((f"admit_bind/{case}, allocations beyond limit's", 1.0, beyond))
+    rows.append(("tools/1000 over tools/10", 1.3,
+                 results.ratio("admit_bind/tools/1000", "admit_bind/tools/10")))
+    rows.append(("wide/1000 over wide/10, a parameter", 1.3,
+                 results.ratio("admit_bind/wide/1000", "admit_bind/wide/10") / 100))
+    for case in CASES:
+        for peer in ("ajv", "zod", "rapidjson_bind"):
+            ratio = results.ratio(f"admit_bind/{case}", f"{peer}/{case}")
+            if ratio is not None:
+                rows.append((f"admit_bind/{case} over {peer}", 1.0, ratio))
+    for case in ("clean", "refused"):
+        name = f"threads/{case}/real_time/threads:"
+        rows.append((f"time a request of two threads over one, {case}", 1 / 1.9,
+                     results.ratio(name + "2", name + "1")))
+    return rows
+
+
+def tables(results, machine):
+    def allocations(name):
+        counters = results.counters[name]
+        return f"{counters['allocations']:,.0f} / {counters['heap_bytes']:,.0f}"
+
+    def times_row(case):
+        limit = f"limit/{case}"
+        return [case, shown(results.time(limit)), with_ratio(results, f"admit_bind/{case}", limit),
+                with_ratio(results, f"limit_move/{case}", limit),
+                with_ratio(results, f"admit_bind_move/{case}", limit),
+                times(results.ratio(f"admit_bind_move/{case}", f"limit_move/{case}"))]
+
+    def instructions_row(case):
+        counts = results.instructions
+        return [case, f"{counts[f'limit/{case}']:,}",
+                *(f"{counts[f'{way}/{case}']:,} "
+                  f"({times(results.instruction_ratio(f'{way}/{case}', f'limit/{case}'))})"
+                  for way in WAYS[1:])]
+
+    def met(ratio, most):
+        return "yes" if ratio <= most else "**no**"
+
+    return "\n\n".join([
+        f"{machine}; medians of {len(results.runs)} runs.",
+        "Nanoseconds a request, and the ratio to `limit` (the median of the runs' own ratios):",
+        table(["case", *WAYS, "move over limit_move"], map(times_row, CASES)),
+        "The peers, likewise (to the left those given the same work):",
+        table(["case", "limit", "admit_bind", *PEERS],
+              [[case, shown(results.time(f"limit/{case}")),
+                *(with_ratio(results, f"{way}/{case}", f"limit/{case}")
+                  for way in ["admit_bind", *PEERS])]
+               for case in CASES if any(results.time(f"{peer}/{case}") for peer in PEERS)]),
+        "Instructions a request:",
+        table(["case", *WAYS],
+              [instructions_row(case) for case in CASES
+               if f"limit/{case}" in results.instructions]),
+        "Allocations a request / bytes that they ask for:",
+        table(["case", *WAYS],
+              [[case, *(allocations(f"{way}/{case}") for way in WAYS)] for case in CASES]),
+        "Goals:",
+        table(["what", "at most", "is", "met"],
+              [[what, f"{most:.2f}", f"{is_now:.2f}", met(is_now, most)]
+               for what, most, is_now in goals(results)]),
+    ]) + "\n"
+
+
+def plot(results, machine):
+    ways = ["limit", "admit_bind", "admit_bind_move", *PEERS]
+    left, top, bar, width = 230, 84, 15, 640
+    rows = []  # (y, way, name)
+    labels = []  # (y, case)
+    y = top
+    for case in PLOTTED:
+        shown_ways = [way for way in ways if results.time(f"{way}/{case}") is not None]
+        labels.append((y + bar * len(shown_ways) / 2, case))
+        for way in shown_ways:
+            rows.append((y, way, case))
+            y += bar
+        y += 14
+    low = math.floor(math.log10(min(results.time(f"{w}/{c}") for _, w, c in rows)))
+    high = math.ceil(math.log10(max(results.time(f"{w}/{c}") for _, w, c in rows)))
+
+    def x(nanoseconds):
+        return left + width * (math.log10(nanoseconds) - low) / (high - low)
+
+    parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + width + 150}" '
+             f'height="{y + 40}" font-family="sans-serif" font-size="11">',
+             '<rect width="100%" height="100%" fill="white"/>',
+             '<text x="12" y="24" font-size="15">Nanoseconds a request (logarithmic), and the '
+             'ratio to limit</text>',
+             f'<text x="12" y="44" fill="#555">{html.escape(machine)}</text>']
+    for power in range(low, high + 1):
+        parts.append(f'<line x1="{x(10 ** power):.1f}" x2="{x(10 ** power):.1f}" y1="{top - 8}" '
+                     f'y2="{y - 6}" stroke="#ddd"/>')
+        parts.append(f'<text x="{x(10 ** power):.1f}" y="{top - 12}" text-anchor="middle" '
+                     f'fill="#555">{10 ** power:,} ns</text>')
+    for middle, case in labels:
+        parts.append(f'<text x="12" y="{middle + 5:.1f}" font-size="14" font-weight="bold">'
+                     f'{case}</text>')
+    for y_bar, way, case in rows:
+        name, limit = f"{way}/{case}", f"limit/{case}"
+        time = results.time(name)
+        parts.append(f'<text x="{left - 6}" y="{y_bar + 11}" text-anchor="end">{way}</text>')
+        parts.append(f'<rect x="{left}" y="{y_bar + 1}" width="{x(time) - left:.1f}" '
+                     f'height="{bar - 3}" fill="{COLORS[way]}"/>')
+        parts.append(f'<text x="{x(time) + 5:.1f}" y="{y_bar + 11}">{shown(time)} '
+                     f'({times(results.ratio(name, limit))})</text>')
+    return "\n".join(parts + ["</svg>"]) + "\n"
+
+
+def main():
+    raw, machine = pathlib.Path(sys.argv[1]), sys.argv[2]
+    here = pathlib.Path(__file__).parent
+    results = Results(raw)
+    shown_tables = tables(results, machine)
+    (here / "results").mkdir(exist_ok=True)
+    (here / "results" / "table.md").write_text(shown_tables)
+    (here / "results" / "plot.svg").write_text(plot(results, machine))
+    readme = here / "README.md"
+    text, mark, _ = readme.read_text().partition("<!-- written by report.py -->\n")
+    readme.write_text(text + mark + "\n" + shown_tables)
+
+
+if __name__ == "__main__":
+    main()
