@@ -99,20 +99,5 @@ TEST(LowerCased, AgreesWithThePlainRuleOnRandomTexts) {
   }
 }
 
-std::string repeated(std::string_view piece, std::size_t times) {
-  std::string text;
-  for (; times > 0; --times) text += piece;
-  return text;
-}
-
-TEST(LowerCased, TakesLinearTimeAroundSigmas) {
-  constexpr std::size_t many = 1000000;
-  EXPECT_EQ(lower_cased("A" + repeated("\u03A3", many)),
-            "a" + repeated("\u03C3", many - 1) + "\u03C2");
-  const std::string ignorable = repeated("'", many);
-  EXPECT_EQ(lower_cased("A\u03A3" + ignorable + "\u03A3" + ignorable),
-            "a\u03C3" + ignorable + "\u03C2" + ignorable);
-}
-
 }  // namespace
 }  // namespace tool_binding

@@ -421,32 +421,5 @@ TEST(ReadTools, TakesAnyValueAnywhere) {
   EXPECT_EQ(ToolTable(read_tools(published).tools), ToolTable(unchanged.tools));
 }
 
-TEST(EffectiveAction, IsTheNamedOneElseTheDefault) {
-  set_tools(sample_tools());
-  struct ActionCase {
-    std::string tool;
-    Mapping arguments;
-    Value action;
-  };
-  const ActionCase cases[] = {
-      {"file", {}, "read"},
-      {"file", {{"action", Value()}}, "read"},
-      {"file", {{"action", " \t"}}, "read"},
-      {"file", {{"action", "write"}, {"path", "p"}}, "write"},
-      {"file", {{"action", " CAT "}}, "read"},
-      {"file", {{"action", "remove"}}, Value()},
-      {"file", {{"action", List{"read"}}}, Value()},
-      {"run", {}, Value()},
-      {"run", {{"action", "now"}}, "now"},
-      {"status", {{"action", "now"}}, Value()},
-      {"unknown", {{"action", "now"}}, Value()},
-  };
-  for (const ActionCase& c : cases) {
-    SCOPED_TRACE(c.tool + display_form(c.arguments));
-    EXPECT_EQ(effective_action(c.tool, c.arguments), c.action);
-  }
-  set_tools({});
-}
-
 }  // namespace
 }  // namespace tool_binding

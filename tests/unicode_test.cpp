@@ -38,33 +38,6 @@ Character answered(char32_t code_point) {
           decimal_digit_value(code_point), lower_case_of(code_point)};
 }
 
-TEST(UnicodeTables, KnowTellingCharacters) {
-  struct Case {
-    char32_t code_point;
-    Character expected;
-  };
-  const Case cases[] = {
-      {U'7', {true, false, false, 7, U'7'}},
-      {U'Z', {true, true, false, -1, U'z'}},
-      {U'\u00A0', {false, false, false, -1, U'\u00A0'}},        // a separator
-      {U'\u00AD', {false, false, true, -1, U'\u00AD'}},         // a format character
-      {U'\u00B2', {true, false, false, -1, U'\u00B2'}},         // superscript two
-      {U'\u0130', {true, true, false, -1, U'i'}},               // capital i with a dot
-      {U'\u0345', {true, true, true, -1, U'\u0345'}},           // an iota below a letter
-      {U'\u2126', {true, true, false, -1, U'\u03C9'}},          // ohm
-      {U'\uE000', {false, false, false, -1, U'\uE000'}},        // private use
-      {0xDC80, {false, false, false, -1, 0xDC80}},              // a surrogate
-      {U'\U0001D7FF', {true, false, false, 9, U'\U0001D7FF'}},  // the end of five runs of digits
-      {U'\U0001E921', {true, true, false, -1, U'\U0001E943'}},  // the last capital letter
-      {code_point_count, {false, false, false, -1, code_point_count}},
-      {0xFFFFFFFF, {false, false, false, -1, 0xFFFFFFFF}},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(answered(c.code_point), c.expected)
-        << std::hex << static_cast<std::uint32_t>(c.code_point);
-  }
-}
-
 TEST(UnicodeTables, WhiteSpaceIsOneFixedSet) {
   constexpr std::u32string_view white_space =
       U"\u0009\u000A\u000B\u000C\u000D\u001C\u001D\u001E\u001F\u0020\u0085\u00A0\u1680\u2000\u2001"
