@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,224 +27,45 @@ Lines problems_of(const ToolsReading& reading) {
   return lines;
 }
 
-struct Case {
-  std::string json;  // with ' for "
-  Lines problems;    // in their order, without the place
-};
-
-Value parsed(std::string json) {
-  std::replace(json.begin(), json.end(), '\'', '"');
-  return parse_json(json);
-}
-
-// `before` and `after` stand around each case's text; `place` starts each line.
-void expect_problems(std::span<const Case> cases, const std::string& before,
-                     const std::string& after, const std::string& place) {
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.json);
-    const ToolsReading reading = read_tools(parsed(before + c.json + after));
-    Lines expected = c.problems;
-    for (std::string& line : expected) line.insert(2, place);
-    EXPECT_EQ(problems_of(reading), expected);
-    EXPECT_EQ(reading.tools.empty(), !reading.errors.empty());
+std::vector<std::string> lines_of(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.starts_with('#')) lines.push_back(line);
   }
+  lines.push_back("");
+  return lines;
 }
 
-// The property 'p' of a tool with the actions get and put.
-void expect_property_problems(std::span<const Case> cases) {
-  expect_problems(cases, "[{'name': 't', 'inputSchema': {'type': 'object', 'properties': {'p': ",
-                  ", 'q': {'type': 'string'}, 'action': {'enum': ['get', 'put']}}}}]", "t, 'p': ");
-}
-
-TEST(ReadTools, TellsWhatNoTypeCanBe) {
-  const std::string no_type = "E has no 'type': give it integer, number, boolean, string or array";
-  const std::string must_be = "E 'type' must be integer, number, boolean, string or array, not ";
-  const std::string is_object =
-      "E type 'object' is not supported: take its members as parameters, or it as text";
-  const std::string is_union = "E a union must be of one type and null";
-  const std::string is_list = "E 'type' must be one type, or one and null";
-  const std::string write_out = " is not supported here: write out what it stands for";
-  const Case cases[] = {
-      {"{'type': ['null', 'boolean'], 'default': null}", {}},
-      {"{'type': ['string'], 'enum': ['a', null], 'default': 'a'}", {}},
-      {"{'enum': ['a', 'b']}", {}},
-      {"{'anyOf': [{'type': 'string'}, {'type': 'null'}], 'description': 'd'}", {}},
-      {"{'oneOf': [{'anyOf': [{'not': {}}, {'type': 'array'}]}, {'type': 'null'}]}", {}},
-      {"5", {"E must be an object with a 'type', not 5"}},
-      {"{}", {no_type}},
-      {"{'enum': [1]}", {no_type, "E 'enum' must hold texts alone, not 1"}},
-      {"{'type': 'int'}", {must_be + "'int'"}},
-      {"{'type': 'object', 'properties': {}}", {is_object}},
-      {"{'type': ['string', 'integer']}", {is_list}},
-      {"{'anyOf': [{'type': 'string'}, {'type': 'array'}]}", {is_union}},
-      {"{'oneOf': []}", {is_union}},
-      {"{'oneOf': [true, {'type': 'null'}]}", {is_union}},
-      {"{'anyOf': [{'type': 'string'}], 'oneOf': [{'type': 'string'}]}", {"E 'oneOf'" + write_out}},
-      {"{'$ref': '#/x'}", {"E '$ref'" + write_out}},
-      {"{'anyOf': [{'allOf': []}, {'type': 'null'}]}", {"E 'allOf'" + write_out}},
-  };
-  expect_property_problems(cases);
-}
-
-TEST(ReadTools, TellsWhatKeywordsCannotHold) {
-  const std::string huge = "1" + std::string(400, '0');
-  const Case cases[] = {
-      {"{'type': 'string', 'enum': []}", {"W 'enum' holds no text: any value is allowed"}},
-      {"{'type': 'string', 'enum': 'a'}", {"E 'enum' must be a list of texts, not 'a'"}},
-      {"{'type': 'integer', 'enum': [1, 2]}", {"E 'enum' must hold texts alone, not 1"}},
-      {"{'type': 'array', 'enum': ['a'], 'items': {'enum': ['b']}}",
-       {"E 'enum' stands in 'items' too: keep that one"}},
-      {"{'type': 'integer', 'minimum': '1'}", {"E 'minimum' must be a finite number, not '1'"}},
-      {"{'type': 'integer', 'maximum': " + huge + "}", {}},
-      {"{'type': 'number', 'maximum': " + huge + "}",
-       {"W 'maximum' is beyond the range of floats: to use it is an error"}},
-      {"{'type': 'string', 'x-blank-is-value': 1}",
-       {"E 'x-blank-is-value' must be true or false, not 1"}},
-      {"{'type': 'string', 'x-synonyms': ['r', 'r', ' ']}",
-       {"E 'x-synonyms' holds a blank name", "W 'x-synonyms' repeats 'r'"}},
-      {"{'type': 'string', 'x-required-for': ['got']}",
-       {"E 'x-required-for' names 'got', which is no action of the tool"}},
-      {"{'type': 'string', 'x-action-defaults': {'got': 'a', 'put': null}}",
-       {"E 'x-action-defaults' names 'got', which is no action of the tool"}},
-      {"{'type': 'string', 'default': 'a', 'x-default': 'a'}",
-       {"E has both 'default' and 'x-default': keep one"}},
-  };
-  expect_property_problems(cases);
-}
-
-TEST(ReadTools, WarnsOfWhatIsNotEnforced) {
-  const Case cases[] = {
-      {"{'type': 'number', 'title': 'P', 'enum': null, 'exclusiveMinimum': null}", {}},
-      {"{'type': 'string', 'required': ['x'], 'additionalProperties': true}", {}},
-      {"{'type': 'string', 'pattern': 'a', 'x-synonym': ['a'], 'required': true}",
-       {"W 'pattern' is not enforced", "W 'x-synonym' is not read",
-        "W 'required' is not enforced"}},
-      {"{'anyOf': [{'type': 'integer', 'maximum': 5, 'const': 2}, {'type': 'null'}], 'maximum': 9}",
-       {"W 'const' is not enforced",
-        "W 'maximum' stands in the union and beside it: that beside it counts"}},
-      {"{'oneOf': [{'anyOf': [{'type': 'array'}], 'minItems': 1}]}",
-       {"W 'minItems' is not enforced"}},
-      {"{'type': 'array', 'items': {'type': 'string', 'minLength': 1}}",
-       {"W 'minLength' of its items is not enforced"}},
-      {"{'type': 'array', 'items': {'$ref': '#/x'}}", {"W '$ref' of its items is not enforced"}},
-      {"{'type': 'array', 'items': {'type': 'array', 'items': {'type': 'integer'}}}",
-       {"W items of type 'array' are passed on unchecked"}},
-      {"{'type': 'array', 'items': {'type': 'integer', 'enum': ['1']}}",
-       {"W items of type 'integer' become the enum's text"}},
-      {"{'type': 'array', 'items': {'type': ['string', 'null']}}",
-       {"W items of several types are passed on unchecked"}},
-      {"{'type': 'array', 'items': [{'type': 'string'}]}", {"W 'items' as a list is not enforced"}},
-      {"{'type': 'string', 'items': {}, 'minimum': 1}",
-       {"W 'items' has no effect on type 'string'", "W 'minimum' has no effect on type 'string'"}},
-  };
-  expect_property_problems(cases);
-}
-
-TEST(ReadTools, WarnsOfWhatIsDoubtful) {
-  const Case cases[] = {
-      {"{'type': 'integer', 'minimum': 1, 'maximum': 2.5, 'default': 1}", {}},
-      {"{'type': 'string', 'enum': [''], 'x-blank-is-value': true}", {}},
-      {"{'type': 'integer', 'minimum': 3, 'maximum': 2.5}",
-       {"W the minimum 3 is above the maximum 2.5"}},
-      {"{'type': 'number', 'default': 5}", {}},
-      {"{'type': 'integer', 'default': 5.0}", {"W the default 5.0 is not of type 'integer'"}},
-      {"{'type': 'boolean', 'default': 'no'}", {"W the default 'no' is not of type 'boolean'"}},
-      {"{'type': 'string', 'enum': ['a'], 'default': 'A'}",
-       {"W the default 'A' is not in the enum"}},
-      {"{'type': 'integer', 'minimum': 1, 'maximum': 9, 'default': 0,"
-       " 'x-action-defaults': {'put': 10, 'get': 9}}",
-       {"W the default 0 is below the minimum", "W the default 10 for 'put' is above the maximum"}},
-      {"{'type': 'array', 'items': {'type': 'string', 'enum': ['a']}, 'default': ['a']}", {}},
-      {"{'type': 'array', 'default': 'a'}", {"W the default 'a' is not of type 'array'"}},
-      {"{'type': 'array', 'items': {'type': 'string'}, 'default': [1]}",
-       {"W the default a list holds what is no text"}},
-      {"{'type': 'array', 'enum': ['a'], 'default': ['a', 'b']}",
-       {"W the default a list holds what is not in the enum"}},
-      {"{'type': 'string', 'enum': [' a', 'b', 'B', '']}",
-       {"W the enum entry ' a' has white space around it",
-        "W the enum entries 'b' and 'B' differ at most in letter case",
-        "W the enum entry '' counts as left out: 'x-blank-is-value' true keeps it"}},
-      {"{'type': 'integer', 'enum': ['1']}",
-       {"W its enum makes every value text: write type 'string'"}},
-      {"{'type': 'string', 'x-synonyms': ['q', 'repo', 'action', 'p']}",
-       {"W the synonym 'repo' is never read: requests use it otherwise",
-        "W the synonym 'action' is never read: requests use it otherwise",
-        "W the synonym 'q' of 'p' is taken by 'q'", "W the synonym 'p' of 'p' is taken by 'p'"}},
-  };
-  expect_property_problems(cases);
-}
-
-TEST(ReadTools, TellsWhatIsWrongWithActions) {
-  const Case cases[] = {
-      {"{'type': ['string', 'null'], 'enum': ['a', 'b', null], 'default': 'b'}", {}},
-      {"{'enum': ['a'], 'x-synonyms': {'a': ['b']}, 'description': 'd'}", {}},
-      {"{'type': 'string'}", {"E needs an 'enum' of the tool's actions"}},
-      {"{'type': 'string', 'enum': []}", {"E needs an 'enum' of the tool's actions"}},
-      {"{'type': 'integer', 'enum': ['a']}", {"E 'type' must be 'string', not 'integer'"}},
-      {"{'type': 'string', 'enum': ['a', ' ', 'a']}",
-       {"E 'enum' holds a blank name", "E 'enum' repeats 'a'"}},
-      {"{'enum': ['a'], 'default': 'A'}", {"E the default 'A' is not in the enum"}},
-      {"{'enum': ['a'], 'x-synonyms': {'b': ['c'], 'a': 'c'}}",
-       {"E 'x-synonyms' names 'b', which is no action of the tool",
-        "E 'x-synonyms' must be a list of texts, not 'c'"}},
-      {"{'enum': ['a', 'A', 'b'], 'x-synonyms': {'a': ['c', 'b'], 'b': ['c']}, 'items': {}}",
-       {"W 'items' is not enforced", "W the enum entries 'a' and 'A' differ at most in letter case",
-        "W the synonym 'b' of 'a' is taken by 'b'", "W the synonym 'c' of 'b' is taken by 'a'"}},
-  };
-  expect_problems(cases,
-                  "[{'name': 't', 'inputSchema': {'required': ['action'], 'properties': "
-                  "{'action': ",
-                  "}}}]", "t, 'action': ");
-}
-
-TEST(ReadTools, TellsWhatIsWrongWithTools) {
-  const std::string needs = "E needs a list of tools, or an object with one under 'tools'";
-  const std::string repository = " is what requests name their repository by: choose another name";
-  const Case cases[] = {
-      {"{'tools': [{'name': 'a'}], '_meta': {}, 'nextCursor': 'x'}",
-       {"W 'nextCursor' is not read"}},
-      {"{'name': 'a'}", {needs}},
-      {"null", {needs}},
-      {"[{'name': 'a', 'inputSchema': null, 'parameters': {}, 'annotations': {}}]",
-       {"W a: 'parameters' is not read"}},
-      {"[5, {}, {'name': ' '}]",
-       {"E tool 1: must be an object with 'name' and 'inputSchema', not 5",
-        "E tool 2: needs a 'name': text that is not blank",
-        "E tool 3: needs a 'name': text that is not blank"}},
-      {"[{'name': 'a', 'description': 5, 'inputSchema': []}]",
-       {"E a: 'description' must be text, not 5",
-        "E a: 'inputSchema' must be an object, not a list"}},
-      {"[{'name': 'a', 'inputSchema': {'type': 'array', 'properties': [], 'required': []}}]",
-       {"E a: 'inputSchema.type' must be 'object', not 'array'",
-        "E a: 'properties' must be an object, not a list"}},
-      {"[{'name': 'a', 'inputSchema': {'anyOf': []}}]",
-       {"E a: 'anyOf' is not supported here: write out what it stands for"}},
-      {"[{'name': 'a', 'inputSchema': {'properties': {'p': {'type': 'string'}}, 'anyOf': [],"
-       " 'additionalProperties': false, '$schema': 's'}}]",
-       {"W a: 'anyOf' of 'inputSchema' is not enforced"}},
-      {"[{'name': 'a', 'inputSchema': {'additionalProperties': true}}]",
-       {"W a: 'additionalProperties' of 'inputSchema' is not enforced"}},
-      {"[{'name': 'a', 'inputSchema': {'required': ['p', 'p', 5], 'properties': {}}}]",
-       {"E a: 'required' must hold texts alone, not 5",
-        "E a, 'p': is required but not among the properties", "W a: 'required' repeats 'p'"}},
-      {"[{'name': 'a', 'inputSchema': {'properties': {'': {'type': 'string'},"
-       " 'repo': {'type': 'string'}, 'repo_root': {'type': 'string'}}}}]",
-       {"E a: a property's name must be text that is not blank, not ''",
-        "E a, 'repo':" + repository, "E a, 'repo_root':" + repository}},
-      // No error where the actions are unknown.
-      {"[{'name': 'a', 'inputSchema': {'properties': {'action': 5,"
-       " 'q': {'type': 'string', 'x-required-for': ['x']}}}}]",
-       {"E a, 'action': must be an object with a 'type', not 5"}},
-      // Wrong in five places at once.
-      {"[{'name': 'a', 'inputSchema': {'required': ['z'], 'properties': {"
-       "'action': {'type': 'string'}, 'p': {'type': 'array', 'enum': 1, 'minimum': '1'}}}}, {}]",
-       {"E a, 'action': needs an 'enum' of the tool's actions",
-        "E a, 'p': 'minimum' must be a finite number, not '1'",
-        "E a, 'p': 'enum' must be a list of texts, not 1",
-        "E a, 'z': is required but not among the properties",
-        "E tool 2: needs a 'name': text that is not blank"}},
-  };
-  expect_problems(cases, "", "", "");
+// Every case of schema_problems.txt, which says how it is laid out.
+TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
+  std::string place;
+  std::string around;
+  std::string json;
+  Lines problems;
+  std::size_t cases = 0;
+  for (const std::string& line : lines_of(TOOL_BINDING_TEST_DATA "/schema_problems.txt")) {
+    if (line.starts_with("== ") || line == "==") {
+      place = line.substr(std::min<std::size_t>(3, line.size())) + (line.size() > 3 ? " " : "");
+      around.clear();
+    } else if (around.empty()) {
+      around = line;
+    } else if (line.starts_with("E ") || line.starts_with("W ")) {
+      problems.push_back(line.substr(0, 2) + place + line.substr(2));
+    } else if (!line.empty()) {
+      json = line;
+    } else if (!json.empty()) {
+      SCOPED_TRACE(json);
+      const ToolsReading reading =
+          read_tools(parse_json(std::string(around).replace(around.find('@'), 1, json)));
+      EXPECT_EQ(problems_of(reading), problems);
+      EXPECT_EQ(reading.tools.empty(), !reading.errors.empty());
+      json.clear();
+      problems.clear();
+      ++cases;
+    }
+  }
+  EXPECT_GT(cases, 70U);  // the file was found, and read to its end
 }
 
 ToolTable sample_tools() {
@@ -397,7 +218,8 @@ TEST(ReadTools, FollowsUnionsAsDeepAsTheyAreNested) {
 // Whatever stands where, a tool is either refused or published as it was read.
 TEST(ReadTools, TakesAnyValueAnywhere) {
   List odd =
-      parsed("[null, true, 5, -1, 2.5, '', 'a', 'null', [], ['a'], {'type': 'string'}]").get_list();
+      parse_json(R"([null, true, 5, -1, 2.5, "", "a", "null", [], ["a"], {"type": "string"}])")
+          .get_list();
   odd.insert(odd.end(), {std::numeric_limits<double>::infinity(), std::nan(""), nested(5000),
                          std::make_shared<Object>("O"), Mapping()});
   odd.back().get_mapping().set(5, Value());
