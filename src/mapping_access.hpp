@@ -1,9 +1,13 @@
 #ifndef TOOL_BINDING_SRC_MAPPING_ACCESS_HPP_
 #define TOOL_BINDING_SRC_MAPPING_ACCESS_HPP_
 
+#include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
+#include "name_hash.hpp"
 #include "tool_binding/value.hpp"
 
 namespace tool_binding {
@@ -18,6 +22,18 @@ struct MappingAccess {
       if (Value::same_bytes(entry.key_, key)) return &entry.value;
     }
     return nullptr;
+  }
+  // Precondition: `key` is text.
+  [[nodiscard]] static std::uint64_t hash_of(const Value& key) noexcept {
+    if (!key.is_plain()) return name_hash(key.get_text());
+    const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(key.bytes_);
+    return words_hash(words[0], words[1]);
+  }
+  // For tables whose names no client chooses: cheaper. Its first bits are the best.
+  [[nodiscard]] static std::uint64_t unkeyed_hash_of(const Value& key) noexcept {
+    if (!key.is_plain()) return key.is_text() ? name_hash(key.get_text()) : 0;
+    const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(key.bytes_);
+    return folded_product(words[0] ^ hash_spread, words[1] ^ ~hash_spread);
   }
   [[nodiscard]] static Value* find(Mapping& mapping, const Value& key) noexcept {
     return const_cast<Value*>(find(std::as_const(mapping), key));

@@ -107,6 +107,13 @@ double read_decimal(std::string_view decimal) noexcept {
   return is_beyond_range(decimal) ? std::numeric_limits<double>::infinity() : 0.0;
 }
 
+std::optional<double> read_plain_float(std::string_view text) {
+  const std::string_view magnitude = without_sign(text);
+  const std::optional<double> number =
+      is_decimal(magnitude) ? std::optional(read_decimal(magnitude)) : read_named(magnitude);
+  return number && text.starts_with('-') ? -*number : number;
+}
+
 std::string whole_digits(double whole) {
   std::array<char, std::numeric_limits<double>::max_exponent10 + 4> buffer;
   const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), whole,
@@ -178,12 +185,10 @@ std::optional<Value> read_integer(std::string_view text) {
 }
 
 std::optional<double> read_float(std::string_view text) {
-  const std::optional<std::string> plain = plain_digits(trimmed(text));
-  if (!plain || plain->empty()) return std::nullopt;
-  const std::string_view magnitude = without_sign(*plain);
-  const std::optional<double> number =
-      is_decimal(magnitude) ? std::optional(read_decimal(magnitude)) : read_named(magnitude);
-  return number && plain->front() == '-' ? -*number : number;
+  text = trimmed(text);
+  if (const auto number = read_plain_float(text)) return number;
+  const std::optional<std::string> plain = plain_digits(text);
+  return plain ? read_plain_float(*plain) : std::nullopt;
 }
 
 std::partial_ordering compare_numbers(const Value& left, const Value& right) {

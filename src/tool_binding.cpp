@@ -1,6 +1,7 @@
 #include "tool_binding/tool_binding.hpp"
 
 #include <algorithm>
+#include <memory>
 
 #include "mapping_access.hpp"
 #include "numbers.hpp"
@@ -15,14 +16,6 @@
 
 namespace tool_binding {
 namespace {
-
-ArgumentError refusal_of(const std::vector<std::string>& problems) {
-  return ArgumentError(joined(problems, "; "));
-}
-
-bool is_routing(std::string_view name) noexcept {
-  return std::find(ROUTING_PARAMS_.begin(), ROUTING_PARAMS_.end(), name) != ROUTING_PARAMS_.end();
-}
 
 // A value's text_form, without a copy of text.
 class TextForm {
@@ -73,36 +66,41 @@ NormalizedArguments normalize_arguments(ToolRef tool, Mapping&& arguments) {
 void Normalizing_::take(const Value& key, Argument_ argument) {
   const std::string_view name = key.as_text();
   const Value& value = argument.value();
-  if (is_routing(name) || value.is_none()) return;
-  if (name == ACTION_PARAM) {
+  if (value.is_none()) return;
+  const auto& [_, index, meaning, is_declared] = index_.names.find(key);
+  if (meaning == NameMeaning::unknown) return _unknown_parameter(name);
+  if (meaning == NameMeaning::routing) return;
+  if (meaning == NameMeaning::action) {
     if (!is_blank_text(value)) _take_action(value);
     return;
   }
-  const ParamIndex* param = index_.find(key);
-  if (param == nullptr) {
-    problems.push_back(_unknown_parameter(name));
-    return;
-  }
-  if (value.is_text() && !_given(param->spec, value)) return;
-  const bool is_declared = key == param->key;
-  if (!is_declared && !_read_synonym(*param, name)) return;
-  Value coerced = _coerced(*param, argument);
+  const ParamIndex& param = *index;
+  if (!param.blank_is_value && is_blank_text(value)) return;
+  if (!is_declared && !_read_synonym(param, name)) return;
+  Value coerced = param.admits(value) ? argument.take() : _coerced(param, argument);
   if (!coerced.is_none()) {
-    MappingAccess::set(arguments, param->key, std::move(coerced));
+    MappingAccess::set(arguments, param.key, std::move(coerced));
   } else if (is_declared) {
-    _named.insert(param->spec.name);
+    _named.insert(param.spec.name);
   }
 }
+
+void Normalizing_::_note(Pieces pieces) {
+  if (notes.empty()) notes.reserve(4);
+  notes.push_back(line_of(pieces));
+}
+
+void Normalizing_::_problem(Pieces pieces) { add_line(problems, pieces); }
 
 // Whether the synonym is read as its parameter's name; it is left out when that was given too.
 bool Normalizing_::_read_synonym(const ParamIndex& param, std::string_view name) {
   const std::string& declared = param.spec.name;
   alias_hit = true;
   if (MappingAccess::find(arguments, param.key) != nullptr || _named.contains(declared)) {
-    notes.push_back(line_of({"'", name, "' was left out: '", declared, "' was given too"}));
+    _note({"'", name, "' was left out: '", declared, "' was given too"});
     return false;
   }
-  notes.push_back(line_of({"'", name, "' was read as '", declared, "'"}));
+  _note({"'", name, "' was read as '", declared, "'"});
   return true;
 }
 
@@ -110,47 +108,48 @@ void Normalizing_::_take_action(const Value& value) {
   const ActionSpec* action = spec.action(value);
   if (action == nullptr) {
     _action_refused = true;
-    problems.push_back(spec.actions().empty() ? line_of({spec.name(), " takes no 'action'"})
-                                              : _unknown_action(spec, value));
-    return;
+    if (spec.actions().empty()) return _problem({spec.name(), " takes no 'action'"});
+    return _problem({_unknown_action(spec, value)});
   }
   if (value.if_text() != action->name) {
     alias_hit = true;
-    notes.push_back(
-        line_of({"the action '", TextForm(value), "' was read as '", action->name, "'"}));
+    _note({"the action '", TextForm(value), "' was read as '", action->name, "'"});
   }
   MappingAccess::set(arguments, index_.action_key, action->name);
 }
 
-std::string Normalizing_::_unknown_parameter(std::string_view name) const {
+void Normalizing_::_unknown_parameter(std::string_view name) {
   const auto near = _nearest(name, index_.all_names);
   if (!near || near->empty()) {
-    return line_of({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
+    return _problem({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
   }
   const ParamSpec* param = spec.param(*near);
-  return line_of({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '",
-                  param != nullptr ? param->name : *near, "'?", index_.takes});
+  _problem({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '",
+            param != nullptr ? param->name : *near, "'?", index_.takes});
 }
 
 // Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
 // bounded by nothing.
-Value Normalizing_::_coerced(const ParamIndex& index, Argument_ argument) {
-  const ParamSpec& param = index.spec;
-  Coercion_ coercion = COERCIONS_.at(index)(argument);
-  if (coercion.failure != Coercion_::Failure::none) {
-    problems.push_back(line_of({"Parameter '", param.name, "' of ", spec.name(), " must be ",
-                                TYPE_WORDS_.at(index), ", not ", display_form(argument.value())}));
-    return {};
-  }
-  List* items = coercion.value.if_list();
-  if (items != nullptr && param.items_type == "string") {
+Value Normalizing_::_coerced(const ParamIndex& param, Argument_ argument) {
+  Coercion_ coercion = COERCIONS_.at(param)(argument);
+  if (coercion.failure == Coercion_::Failure::none)
+    return _within(param, std::move(coercion.value));
+  _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ",
+            TYPE_WORDS_.at(param), ", not ", display_form(argument.value())});
+  return {};
+}
+
+// The value of the declared type within the enumeration or the bounds.
+Value Normalizing_::_within(const ParamIndex& param, Value&& value) {
+  List* items = value.if_list();
+  if (items != nullptr && param.has_text_items) {
     for (Value& item : *items) {
       if (!item.is_text()) item = text_form(item);
     }
   }
-  if (param.enum_.empty()) return _bounded(param, std::move(coercion.value));
-  if (items != nullptr) return _enum_items(index, *items);
-  const std::string* entry = _enum_value(index, TextForm(coercion.value));
+  if (!param.has_enum) return _bounded(param, std::move(value));
+  if (items != nullptr) return _enum_items(param, *items);
+  const std::string* entry = _enum_value(param, TextForm(value));
   return entry != nullptr ? Value(*entry) : Value();
 }
 
@@ -169,14 +168,16 @@ const std::string* Normalizing_::_enum_value(const ParamIndex& index, std::strin
   const Value* position = index.enum_positions.find(value);
   if (position == nullptr) position = index.enum_positions.find(lower_cased(trimmed(value)));
   if (position != nullptr) return &param.enum_[static_cast<std::size_t>(position->get_int64())];
-  problems.push_back(line_of({"Parameter '", param.name, "' of ", spec.name(), " must",
-                              param.type == "array" ? " each" : "", " be one of: ",
-                              joined(param.enum_, ", "), "; not ", display_form(value)}));
+  _problem({"Parameter '", param.name, "' of ", spec.name(), " must",
+            param.type == "array" ? " each" : "", " be one of: ", joined(param.enum_, ", "),
+            "; not ", display_form(value)});
   return nullptr;
 }
 
-Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
+Value Normalizing_::_bounded(const ParamIndex& index, Value&& value) {
   if (!value.is_integer() && !value.is_float()) return std::move(value);
+  if (index.admits(value)) return std::move(value);
+  const ParamSpec& param = index.spec;
   const auto beyond = [&value](const Value& bound, std::partial_ordering side) {
     if (bound.is_none()) return false;
     const std::partial_ordering order = compare_numbers(value, bound);
@@ -189,31 +190,27 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
   if (!below && !beyond(param.maximum, std::partial_ordering::greater)) return std::move(value);
   const Value& bound = below ? param.minimum : param.maximum;
   Value used = param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
-  notes.push_back(line_of({"'", param.name, "' ", display_form(value), " is ",
-                           below ? "below the minimum" : "above the maximum", ": ",
-                           display_form(used), " was used"}));
+  _note({"'", param.name, "' ", display_form(value), " is ",
+         below ? "below the minimum" : "above the maximum", ": ", display_form(used), " was used"});
   return used;
 }
 
 Value Normalizing_::_action() {
   if (const Value* named = MappingAccess::find(arguments, index_.action_key)) return *named;
   if (_action_refused) return {};
-  Value action = effective_action(spec.name(), {});
+  Value action = effective_action_(spec, nullptr);
   if (action.is_text()) {
     arguments.set(ACTION_PARAM, action);
     return action;
   }
   if (!spec.actions().empty()) {
-    problems.push_back(
-        line_of({spec.name(), " needs an 'action': one of ", joined(spec.action_names(), ", ")}));
+    _problem({spec.name(), " needs an 'action': one of ", joined(spec.action_names(), ", ")});
   }
   return {};
 }
 
 void Normalizing_::_check_required(const Value& action) {
-  for (std::string& line : _missing(spec, action.if_text(), arguments)) {
-    problems.push_back(std::move(line));
-  }
+  _missing(spec, action.if_text(), arguments, problems);
 }
 
 void Normalizing_::_settle() {
@@ -225,7 +222,7 @@ void Normalizing_::_settle() {
 // the throw a third slower.
 NormalizedArguments Normalizing_::result() {
   _settle();
-  if (!problems.empty()) throw refusal_of(problems);
+  if (!problems.empty()) throw ArgumentError(problems);
   return NormalizedArguments(std::move(arguments), std::move(notes), alias_hit);
 }
 
@@ -247,24 +244,26 @@ std::optional<std::string_view> _nearest(std::string_view name,
 std::optional<std::string> missing_arguments(std::string_view tool,
                                              std::optional<std::string_view> action,
                                              const Mapping& arguments) {
-  const std::vector<std::string> lines = _missing(TOOLS.at(tool), action, arguments);
-  if (lines.empty()) return std::nullopt;
-  return joined(lines, "; ");
+  std::string problems;
+  _missing(TOOLS.at(tool), action, arguments, problems);
+  if (problems.empty()) return std::nullopt;
+  return problems;
 }
 
-std::vector<std::string> _missing(const ToolSpec& spec, std::optional<std::string_view> action,
-                                  const Mapping& arguments) {
-  std::vector<std::string> lines;
+void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
+              const Mapping& arguments, std::string& problems) {
   const bool is_named = action && !action->empty();
   for (const ParamIndex* index : ToolIndex::of(spec).needed) {
     const ParamSpec& param = index->spec;
     if (!param.required_by(action)) continue;
     const Value* value = MappingAccess::find(arguments, index->key);
     if (value != nullptr && _given(param, *value)) continue;
-    lines.push_back(is_named ? line_of({spec.name(), " '", *action, "' needs '", param.name, "'"})
-                             : line_of({spec.name(), " needs '", param.name, "'"}));
+    if (is_named) {
+      add_line(problems, {spec.name(), " '", *action, "' needs '", param.name, "'"});
+    } else {
+      add_line(problems, {spec.name(), " needs '", param.name, "'"});
+    }
   }
-  return lines;
 }
 
 bool _given(const ParamSpec& param, const Value& value) noexcept {
@@ -278,13 +277,9 @@ bool _given(const ParamSpec& param, const Value& value) noexcept {
 
 namespace {
 
-Coercion_ wrong_kind(const Value& value) {
-  return {{}, Coercion_::Failure::type_error, kind_name(value.kind())};
-}
+using Failure = Coercion_::Failure;
 
-Coercion_ wrong_content(std::string_view message) {
-  return {{}, Coercion_::Failure::value_error, message};
-}
+Coercion_ failed(Failure failure) noexcept { return {{}, failure}; }
 
 }  // namespace
 
@@ -292,17 +287,17 @@ Coercion_ _integer(Argument_ argument) {
   const Value& value = argument.value();
   switch (value.kind()) {
     case Kind::boolean:
-      return {{}, Coercion_::Failure::type_error, "a boolean is no integer"};
+      return failed(Failure::type_error);
     case Kind::float_:
-      if (!is_whole(value.get_float())) return wrong_content("not a whole number");
+      if (!is_whole(value.get_float())) return failed(Failure::value_error);
       return {to_integer(value)};
     case Kind::text:
       if (auto integer = read_integer(value.get_text())) return {*std::move(integer)};
-      return wrong_content("text that names no whole number");
+      return failed(Failure::value_error);
     case Kind::integer:
       return {argument.take()};
     default:
-      return wrong_kind(value);
+      return failed(Failure::type_error);
   }
 }
 
@@ -314,9 +309,9 @@ Coercion_ _number(Argument_ argument) {
       return {to_float(value)};
     case Kind::text:
       if (const auto number = read_float(value.get_text())) return {*number};
-      return wrong_content("text that names no number");
+      return failed(Failure::value_error);
     default:
-      return wrong_kind(value);
+      return failed(Failure::type_error);
   }
 }
 
@@ -324,11 +319,11 @@ Coercion_ _boolean(Argument_ argument) {
   const Value& value = argument.value();
   if (value.is_boolean()) return {value};
   if (const auto bit = value.if_int64(); bit && (*bit == 0 || *bit == 1)) return {*bit == 1};
-  if (!value.is_text()) return wrong_kind(value);
+  if (!value.is_text()) return failed(Failure::type_error);
   try {
     return {parse_bool(value.get_text())};
   } catch (const std::invalid_argument&) {
-    return wrong_content("text that names no boolean");
+    return failed(Failure::value_error);
   }
 }
 
@@ -341,18 +336,18 @@ Coercion_ _string(Argument_ argument) {
     case Kind::float_:
       return {text_form(value)};
     default:
-      return wrong_kind(value);
+      return failed(Failure::type_error);
   }
 }
 
 Coercion_ _array(Argument_ argument) {
   const Value& value = argument.value();
   if (value.is_list()) return {argument.take()};
-  if (!value.is_text()) return wrong_kind(value);
+  if (!value.is_text()) return failed(Failure::type_error);
   try {
     return {split_csv(value.get_text())};
   } catch (const std::invalid_argument&) {
-    return wrong_content("text that cannot be split");
+    return failed(Failure::value_error);
   }
 }
 
@@ -382,11 +377,14 @@ template <class Arguments>
 Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
   const ToolIndex& index = ToolIndex::of(spec);
   Mapping bound = index.defaults;
-  const bool runs_action = !index.actions.empty() && !index.declares_action;
-  if (runs_action) bound.begin()->value = effective_action(spec.name(), arguments);
+  if (index.binds_action) {
+    bound.begin()->value =
+        effective_action_(spec, MappingAccess::find(arguments, index.action_key));
+  }
+  Mapping::Entry* const places = std::to_address(bound.begin());
   for (auto& entry : arguments) {
-    if (runs_action && entry.key() == index.action_key) continue;
-    if (Value* place = MappingAccess::find(bound, entry.key())) *place = std::move(entry.value);
+    const NameTable::Entry& name = index.names.find(entry.key());
+    if (name.is_declared) places[name.param->place].value = std::move(entry.value);
   }
   return bound;
 }

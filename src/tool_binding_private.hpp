@@ -14,14 +14,11 @@
 #include <utility>
 #include <vector>
 
+#include "text/lines.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_index.hpp"
 
 namespace tool_binding {
-
-// Arguments that say which repository a request runs against. The daemon supplies it to handlers
-// itself, so admission drops them.
-inline constexpr std::array<std::string_view, 2> ROUTING_PARAMS_ = {REPO_ROOT_ARGUMENT, "repo"};
 
 // The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
 inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
@@ -52,7 +49,6 @@ struct Coercion_ {
 
   Value value;
   Failure failure = Failure::none;
-  std::string_view message = {};
 };
 
 // The state of one request's admission. `take` is called once for each argument, in the request's
@@ -64,12 +60,12 @@ class Normalizing_ {
   // Throws TypeError when the name is not text.
   void take(const Value& name, Argument_ argument);
   void _take_action(const Value& value);
-  [[nodiscard]] std::string _unknown_parameter(std::string_view name) const;
+  void _unknown_parameter(std::string_view name);
   // None, and a problem, for a value that cannot be taken.
   [[nodiscard]] Value _coerced(const ParamIndex& param, Argument_ argument);
   // The enumeration's own spelling; null, and a problem, for a text that it does not hold.
   [[nodiscard]] const std::string* _enum_value(const ParamIndex& param, std::string_view value);
-  [[nodiscard]] Value _bounded(const ParamSpec& param, Value&& value);
+  [[nodiscard]] Value _bounded(const ParamIndex& param, Value&& value);
   // Text, or none.
   [[nodiscard]] Value _action();
   void _check_required(const Value& action);
@@ -78,7 +74,7 @@ class Normalizing_ {
   const ToolSpec& spec;
   Mapping arguments;
   std::vector<std::string> notes;
-  std::vector<std::string> problems;
+  std::string problems;  // joined by "; "
   bool alias_hit = false;
   // Parameters that were refused under their declared names. (One that was stored is found in
   // `arguments`.) A synonym of either is left out.
@@ -87,6 +83,9 @@ class Normalizing_ {
 
  private:
   void _settle();
+  void _note(Pieces pieces);
+  void _problem(Pieces pieces);
+  [[nodiscard]] Value _within(const ParamIndex& param, Value&& value);
   [[nodiscard]] bool _read_synonym(const ParamIndex& param, std::string_view name);
   [[nodiscard]] Value _enum_items(const ParamIndex& param, const List& items);
 
@@ -98,9 +97,9 @@ class Normalizing_ {
 // when none reaches NEAR_NAME_CUTOFF_. Valid as long as the candidates are.
 [[nodiscard]] std::optional<std::string_view> _nearest(std::string_view name,
                                                        std::span<const std::string> candidates);
-[[nodiscard]] std::vector<std::string> _missing(const ToolSpec& spec,
-                                                std::optional<std::string_view> action,
-                                                const Mapping& arguments);
+// Adds a line to `problems` for each parameter that the action needs and the arguments lack.
+void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
+              const Mapping& arguments, std::string& problems);
 [[nodiscard]] bool _given(const ParamSpec& param, const Value& value) noexcept;
 
 [[nodiscard]] Coercion_ _integer(Argument_ argument);

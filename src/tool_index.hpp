@@ -6,25 +6,51 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "mapping_access.hpp"
+#include "name_table.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
 
 namespace tool_binding {
 
+// Arguments that say which repository a request runs against. The daemon supplies it to handlers
+// itself, so admission drops them.
+inline constexpr std::array<std::string_view, 2> ROUTING_PARAMS_ = {REPO_ROOT_ARGUMENT, "repo"};
+
 // The words that a parameter's type may be, in the order of the tables that are kept by them.
 inline constexpr std::array<std::string_view, 5> TYPE_NAMES = {"integer", "number", "boolean",
                                                                "string", "array"};
 
+// What each argument for a parameter is asked, close together; the rest is in the spec.
 struct ParamIndex {
+  // Whether a value can be taken as it is. One for which the answer is no may still turn out so.
+  [[nodiscard]] bool admits(const Value& value) const noexcept {
+    if (value.kind() != kind || is_looked_into) return false;
+    if (value.is_int64()) return has_within(static_cast<double>(value.get_int64()));
+    if (value.is_float()) return has_within(value.get_float());
+    return !value.is_integer();
+  }
+  [[nodiscard]] bool has_within(double number) const noexcept {
+    return low <= number && number <= high;
+  }
+
   const ParamSpec& spec;
-  Value key;         // the declared name
-  std::size_t type;  // the place of spec.type in TYPE_NAMES; their number for any other word
+  Value key;          // the declared name
+  std::size_t place;  // among ToolIndex::defaults
+  // A number from `low` to `high` is within the bounds; of any other the bounds themselves tell.
+  double low;
+  double high;
+  std::uint8_t type;    // the place of spec.type in TYPE_NAMES; their number for any other word
+  Kind kind;            // of values that need no coercion; none when spec.type is no such word
+  bool is_looked_into;  // values are matched with an enumeration, or their items made text
+  bool has_enum;
+  bool has_text_items;
+  bool blank_is_value;
   // The positions of enumeration entries by their lower-case form; of entries that differ in case
   // alone, the first. Entries with white space around them are not here: nothing matches them.
   Mapping enum_positions;
@@ -33,13 +59,6 @@ struct ParamIndex {
 struct ToolIndex {
   // Lives as long as any copy of the spec.
   [[nodiscard]] static const ToolIndex& of(const ToolSpec& spec) noexcept { return *spec.record_; }
-
-  // The parameter of that declared name or synonym, or null. Precondition: `param_name` is text.
-  [[nodiscard]] const ParamIndex* find(const Value& param_name) const noexcept {
-    const Value* position = MappingAccess::find(param_positions, param_name);
-    return position != nullptr ? &param_index[static_cast<std::size_t>(position->get_int64())]
-                               : nullptr;
-  }
 
   std::string name;
   std::vector<ActionSpec> actions;
@@ -57,13 +76,18 @@ struct ToolIndex {
   std::vector<ParamIndex> param_index = {};
   // What binding gives a request without arguments: the action as none, then every default.
   Mapping defaults = {};
-  bool declares_action = false;  // a parameter of that name, which then stands in its place
+  bool binds_action = false;  // into the first entry; not if a parameter of that name takes it
   // Those that some action, or every request, needs.
   std::vector<const ParamIndex*> needed = {};
   Mapping param_positions = {};
+  NameTable names = NameTable();
   Mapping action_positions = {};
   Mapping lower_case_action_positions = {};
 };
+
+// effective_action of the tool that TOOLS holds under the spec's name, and of `given`, the action
+// in a request's arguments or null; without a look-up when it holds the spec itself.
+[[nodiscard]] Value effective_action_(const ToolSpec& spec, const Value* given);
 
 }  // namespace tool_binding
 

@@ -1,6 +1,8 @@
 #include "tool_binding/tool_registry.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "text/lines.hpp"
 #include "text/lower_case.hpp"
@@ -67,27 +69,77 @@ void check_names_differ(const ToolIndex& tool) {
   }
 }
 
+// Bounds that a double and every number beside it hold exactly; an empty range for any other.
+std::pair<double, double> plain_range(const ParamSpec& param) noexcept {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  constexpr double largest = 1LL << 52;
+  const auto plain = [](const Value& bound, double open, double empty) {
+    if (bound.is_none()) return open;
+    const double number = bound.is_int64()   ? static_cast<double>(bound.get_int64())
+                          : bound.is_float() ? bound.get_float()
+                                             : infinity;
+    return std::fabs(number) <= largest ? number : empty;
+  };
+  return {plain(param.minimum, -infinity, infinity), plain(param.maximum, infinity, -infinity)};
+}
+
+ParamIndex index_of(const ParamSpec& param, std::size_t place) {
+  constexpr std::array<Kind, TYPE_NAMES.size() + 1> kinds = {
+      Kind::integer, Kind::float_, Kind::boolean, Kind::text, Kind::list, Kind::none};
+  const auto type = static_cast<std::size_t>(
+      std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), param.type) - TYPE_NAMES.begin());
+  const auto [low, high] = plain_range(param);
+  const bool has_enum = !param.enum_.empty();
+  const bool has_text_items = param.items_type == "string";
+  return {param,
+          param.name,
+          place,
+          low,
+          high,
+          static_cast<std::uint8_t>(type),
+          kinds[type],
+          has_enum || (param.type == "array" && has_text_items),
+          has_enum,
+          has_text_items,
+          param.blank_is_value,
+          enum_positions_of(param)};
+}
+
+// The routing names and the action's are read as such even where a parameter has that name, which
+// binding still finds.
+NameTable names_of(const ToolIndex& tool) {
+  NameTable names(tool.all_names.size() + ROUTING_PARAMS_.size() + 1);
+  for (const Mapping::Entry& entry : tool.param_positions) {
+    const ParamIndex& param = tool.param_index[static_cast<std::size_t>(entry.value.get_int64())];
+    names.at(entry.key()) = {entry.key(), &param, NameMeaning::param, param.key == entry.key()};
+  }
+  for (const std::string_view name : ROUTING_PARAMS_) names.at(name).meaning = NameMeaning::routing;
+  names.at(ACTION_PARAM).meaning = NameMeaning::action;
+  return names;
+}
+
 // Points into what was declared, which from here on stays where it is.
 void work_out(ToolIndex& tool) {
   tool.action_names = names_of(tool.actions);
   tool.param_names = names_of(tool.params);
   tool.takes = takes_of(tool.param_names);
-  if (!tool.actions.empty()) tool.defaults.set(ACTION_PARAM, Value());
+  tool.binds_action = !tool.actions.empty();
+  if (tool.binds_action) tool.defaults.set(ACTION_PARAM, Value());
   tool.all_names = tool.param_names;
   tool.param_index.reserve(tool.params.size());
   for (const ParamSpec& param : tool.params) {
     tool.all_names.insert(tool.all_names.end(), param.synonyms.begin(), param.synonyms.end());
-    const auto type = std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), param.type);
-    tool.param_index.push_back({param, param.name,
-                                static_cast<std::size_t>(type - TYPE_NAMES.begin()),
-                                enum_positions_of(param)});
+    const bool takes_action = param.name == ACTION_PARAM;
+    if (takes_action) tool.binds_action = false;
+    tool.param_index.push_back(
+        index_of(param, takes_action && !tool.actions.empty() ? 0 : tool.defaults.size()));
     tool.defaults.set(param.name, param.action_defaults.empty() ? param.default_ : Value());
-    tool.declares_action = tool.declares_action || param.name == ACTION_PARAM;
     if (param.required || !param.required_for.empty()) {
       tool.needed.push_back(&tool.param_index.back());
     }
   }
   tool.param_positions = positions_of(tool.params, unchanged);
+  tool.names = names_of(tool);
   tool.action_positions = positions_of(tool.actions, unchanged);
   tool.lower_case_action_positions = positions_of(tool.actions, lower_cased);
   check_names_differ(tool);
@@ -131,13 +183,13 @@ const ParamSpec* ToolSpec::param(std::string_view name) const noexcept {
 }
 
 const ActionSpec* ToolSpec::action(const Value& value) const {
-  const auto text = value.if_text();
-  if (!text) return nullptr;
-  auto position = position_in(record_->action_positions, *text);
-  if (!position) {
-    position = position_in(record_->lower_case_action_positions, lower_cased(trimmed(*text)));
+  if (!value.is_text()) return nullptr;
+  const Value* position = MappingAccess::find(record_->action_positions, value);
+  if (position == nullptr) {
+    position = record_->lower_case_action_positions.find(lower_cased(trimmed(value.get_text())));
   }
-  return position ? &record_->actions[*position] : nullptr;
+  if (position == nullptr) return nullptr;
+  return &record_->actions[static_cast<std::size_t>(position->get_int64())];
 }
 
 std::string ToolSpec::unknown_action_error(const Value& value) const {

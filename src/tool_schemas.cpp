@@ -1,18 +1,38 @@
 #include "tool_binding/tool_schemas.hpp"
 
+#include <functional>
+#include <memory>
+
 #include "text/trim.hpp"
+#include "tool_index.hpp"
 
 namespace tool_binding {
 
+namespace {
+
+Value action_of(const ToolSpec& spec, const Value* given) {
+  if (given == nullptr || given->is_none() || (given->is_text() && is_blank(given->get_text()))) {
+    return spec.default_action() ? Value(*spec.default_action()) : Value();
+  }
+  const ActionSpec* action = spec.action(*given);
+  return action != nullptr ? Value(action->name) : Value();
+}
+
+bool stands_in_tools(const ToolSpec& spec) noexcept {
+  const ToolSpec* first = std::to_address(TOOLS.begin());
+  return !std::less<>()(&spec, first) && std::less<>()(&spec, first + TOOLS.size());
+}
+
+}  // namespace
+
 Value effective_action(std::string_view tool, const Mapping& arguments) {
   const ToolSpec* spec = TOOLS.find(tool);
-  if (spec == nullptr) return {};
-  const Value* given = arguments.find(ACTION_PARAM);
-  if (given == nullptr || given->is_none() || (given->is_text() && is_blank(given->get_text()))) {
-    return spec->default_action() ? Value(*spec->default_action()) : Value();
-  }
-  const ActionSpec* action = spec->action(*given);
-  return action != nullptr ? Value(action->name) : Value();
+  return spec != nullptr ? action_of(*spec, arguments.find(ACTION_PARAM)) : Value();
+}
+
+Value effective_action_(const ToolSpec& spec, const Value* given) {
+  const ToolSpec* registered = stands_in_tools(spec) ? &spec : TOOLS.find(spec.name());
+  return registered != nullptr ? action_of(*registered, given) : Value();
 }
 
 std::string problem_line(const SchemaProblem& problem) {

@@ -281,8 +281,8 @@ Mapping::Mapping(std::initializer_list<std::pair<std::string_view, Value>> entri
   for (const auto& [name, value] : entries) set(name, value);
 }
 
-template <class Matches>
-const Value* Mapping::find_if(std::string_view name, const Matches& matches) const noexcept {
+template <class Hash, class Matches>
+const Value* Mapping::find_if(const Hash& hash, const Matches& matches) const noexcept {
   if (index_.empty()) {
     for (const Entry& entry : entries_) {
       if (matches(entry.key_)) return &entry.value;
@@ -290,7 +290,7 @@ const Value* Mapping::find_if(std::string_view name, const Matches& matches) con
     return nullptr;
   }
   const std::size_t mask = index_.size() - 1;
-  for (std::size_t slot = name_hash(name) & mask; index_[slot] != 0; slot = (slot + 1) & mask) {
+  for (std::size_t slot = hash() & mask; index_[slot] != 0; slot = (slot + 1) & mask) {
     const Entry& entry = entries_[index_[slot] - 1];
     if (matches(entry.key_)) return &entry.value;
   }
@@ -304,12 +304,13 @@ void Mapping::reserve(std::size_t count) {
 
 const Value* Mapping::find(std::string_view name) const noexcept {
   if (name.size() <= Value::inline_capacity) return MappingAccess::find(*this, Value(name));
-  return find_if(name, [name](const Value& key) { return key.if_text() == name; });
+  return find_if([name] { return name_hash(name); },
+                 [name](const Value& key) { return key.if_text() == name; });
 }
 
 const Value* Mapping::find_key(const Value& key) const noexcept {
   if (key.tag() >= Value::Tag::inline_text) {
-    return find_if(key.get_text(),
+    return find_if([&key] { return MappingAccess::hash_of(key); },
                    [&key](const Value& other) { return Value::same_bytes(other, key); });
   }
   if (key.is_text()) return find(key.get_text());
@@ -354,7 +355,7 @@ void Mapping::rebuild_index(std::size_t capacity) {
 void Mapping::insert_in_index(std::size_t position) noexcept {
   if (!entries_[position].key_.is_text()) return;
   const std::size_t mask = index_.size() - 1;
-  std::size_t slot = name_hash(entries_[position].name()) & mask;
+  std::size_t slot = MappingAccess::hash_of(entries_[position].key_) & mask;
   while (index_[slot] != 0) slot = (slot + 1) & mask;
   index_[slot] = static_cast<std::uint32_t>(position + 1);
 }

@@ -455,8 +455,9 @@ class TOOL_BINDING_EXPORT Mapping {
   // Up to so many names a scan is as fast as an index.
   static constexpr std::size_t scan_limit = 16;
 
-  template <class Matches>
-  const Value* find_if(std::string_view name, const Matches& matches) const noexcept;
+  // The value whose key matches, among those of that hash where there is an index.
+  template <class Hash, class Matches>
+  const Value* find_if(const Hash& hash, const Matches& matches) const noexcept;
   // Takes the last entry back if there is no memory for its place in the index.
   void index_last();
   void rebuild_index(std::size_t capacity);

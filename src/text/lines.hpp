@@ -3,6 +3,7 @@
 
 // Putting messages together: one allocation each, linear in their size.
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -10,13 +11,31 @@
 
 namespace tool_binding {
 
-[[nodiscard]] inline std::string line_of(std::initializer_list<std::string_view> pieces) {
-  std::size_t size = 0;
+using Pieces = std::initializer_list<std::string_view>;
+
+inline void append(std::string& text, Pieces pieces) {
+  std::size_t end = text.size();
+  std::size_t size = end;
   for (const std::string_view piece : pieces) size += piece.size();
+  text.resize(size);
+  for (const std::string_view piece : pieces) end += piece.copy(text.data() + end, piece.size());
+}
+
+[[nodiscard]] inline std::string line_of(Pieces pieces) {
   std::string line;
-  line.reserve(size);
-  for (const std::string_view piece : pieces) line += piece;
+  append(line, pieces);
   return line;
+}
+
+// Adds a line to those that stand in `lines`, parted by "; ".
+inline void add_line(std::string& lines, Pieces pieces) {
+  constexpr std::size_t usual_size = 400;
+  if (lines.empty()) {
+    lines.reserve(usual_size);
+  } else {
+    lines += "; ";
+  }
+  append(lines, pieces);
 }
 
 [[nodiscard]] inline std::string joined(const std::vector<std::string>& texts,

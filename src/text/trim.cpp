@@ -26,7 +26,7 @@ std::string_view without_trailing_space(std::string_view text) noexcept {
 
 }  // namespace
 
-std::string_view trimmed(std::string_view text) noexcept {
+std::string_view any_ends::trimmed(std::string_view text) noexcept {
   return without_trailing_space(without_leading_space(text));
 }
 

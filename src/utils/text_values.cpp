@@ -14,6 +14,7 @@ namespace tool_binding {
 namespace {
 
 constexpr std::size_t deepest_array = 128;
+constexpr std::size_t usual_items = 64;  // commas alone make no items
 
 constexpr std::array<std::pair<std::string_view, bool>, 12> boolean_words = {{
     {"true", true},
@@ -37,6 +38,8 @@ class CsvReader {
   explicit CsvReader(std::string_view text) noexcept : rest_(trimmed(text)) {}
 
   List read() {
+    const auto commas = std::count(rest_.begin(), rest_.end(), ',');
+    items_.reserve(std::min(static_cast<std::size_t>(commas) + 1, usual_items));
     while (!rest_.empty()) {
       if (!read_quoted()) read_plain();
       if (!rest_.empty()) rest_.remove_prefix(1);  // the comma
