@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 #include "name_hash.hpp"
@@ -34,6 +35,10 @@ struct MappingAccess {
     if (!key.is_plain()) return key.is_text() ? name_hash(key.get_text()) : 0;
     const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(key.bytes_);
     return folded_product(words[0] ^ hash_spread, words[1] ^ ~hash_spread);
+  }
+  [[nodiscard]] static const Value* find(const Mapping& mapping, std::string_view name) noexcept {
+    if (name.size() > Value::inline_capacity) return mapping.find(name);
+    return find(mapping, Value(name));
   }
   [[nodiscard]] static Value* find(Mapping& mapping, const Value& key) noexcept {
     return const_cast<Value*>(find(std::as_const(mapping), key));

@@ -116,10 +116,11 @@ void Normalizing_::_take_action(const Value& value) {
     _note({"the action '", TextForm(value), "' was read as '", action->name, "'"});
   }
   MappingAccess::set(arguments, index_.action_key, action->name);
+  _named_action = &action->name;
 }
 
 void Normalizing_::_unknown_parameter(std::string_view name) {
-  const auto near = _nearest(name, index_.all_names);
+  const auto near = _nearest(name, index_.name_candidates);
   if (!near || near->empty()) {
     return _problem({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
   }
@@ -131,12 +132,13 @@ void Normalizing_::_unknown_parameter(std::string_view name) {
 // Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
 // bounded by nothing.
 Value Normalizing_::_coerced(const ParamIndex& param, Argument_ argument) {
-  Coercion_ coercion = COERCIONS_.at(param)(argument);
-  if (coercion.failure == Coercion_::Failure::none)
-    return _within(param, std::move(coercion.value));
-  _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ",
-            TYPE_WORDS_.at(param), ", not ", display_form(argument.value())});
-  return {};
+  auto [value, failure] = COERCIONS_.at(param)(argument);
+  if (failure != Coercion_::Failure::none) {
+    _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ",
+              TYPE_WORDS_.at(param), ", not ", display_form(argument.value())});
+    return {};
+  }
+  return param.admits(value) ? std::move(value) : _within(param, std::move(value));
 }
 
 // The value of the declared type within the enumeration or the bounds.
@@ -147,7 +149,7 @@ Value Normalizing_::_within(const ParamIndex& param, Value&& value) {
       if (!item.is_text()) item = text_form(item);
     }
   }
-  if (!param.has_enum) return _bounded(param, std::move(value));
+  if (!param.has_enum) return _bounded(param.spec, std::move(value));
   if (items != nullptr) return _enum_items(param, *items);
   const std::string* entry = _enum_value(param, TextForm(value));
   return entry != nullptr ? Value(*entry) : Value();
@@ -174,10 +176,8 @@ const std::string* Normalizing_::_enum_value(const ParamIndex& index, std::strin
   return nullptr;
 }
 
-Value Normalizing_::_bounded(const ParamIndex& index, Value&& value) {
+Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
   if (!value.is_integer() && !value.is_float()) return std::move(value);
-  if (index.admits(value)) return std::move(value);
-  const ParamSpec& param = index.spec;
   const auto beyond = [&value](const Value& bound, std::partial_ordering side) {
     if (bound.is_none()) return false;
     const std::partial_ordering order = compare_numbers(value, bound);
@@ -195,27 +195,25 @@ Value Normalizing_::_bounded(const ParamIndex& index, Value&& value) {
   return used;
 }
 
-Value Normalizing_::_action() {
-  if (const Value* named = MappingAccess::find(arguments, index_.action_key)) return *named;
-  if (_action_refused) return {};
-  Value action = effective_action_(spec, nullptr);
-  if (action.is_text()) {
-    arguments.set(ACTION_PARAM, action);
-    return action;
-  }
-  if (!spec.actions().empty()) {
+const std::string* Normalizing_::_action() {
+  if (_named_action != nullptr || _action_refused) return _named_action;
+  const std::string* action = effective_action_(spec, nullptr);
+  if (action != nullptr) {
+    arguments.set(ACTION_PARAM, *action);
+  } else if (!spec.actions().empty()) {
     _problem({spec.name(), " needs an 'action': one of ", joined(spec.action_names(), ", ")});
   }
-  return {};
+  return action;
 }
 
-void Normalizing_::_check_required(const Value& action) {
-  _missing(spec, action.if_text(), arguments, problems);
+void Normalizing_::_check_required(const std::string* action) {
+  _missing(spec, action != nullptr ? std::optional<std::string_view>(*action) : std::nullopt,
+           arguments, problems);
 }
 
 void Normalizing_::_settle() {
-  const Value action = _action();
-  if (action.is_text() || spec.actions().empty()) _check_required(action);
+  const std::string* action = _action();
+  if (action != nullptr || spec.actions().empty()) _check_required(action);
 }
 
 // Where this throws nothing waits to be destroyed, since each frame with something to destroy makes
@@ -228,16 +226,16 @@ NormalizedArguments Normalizing_::result() {
 
 std::string _unknown_action(const ToolSpec& spec, const Value& action) {
   std::string error = spec.unknown_action_error(action);
-  if (const auto near = _nearest(text_form(action), spec.action_names())) {
+  if (const auto near = _nearest(TextForm(action), ToolIndex::of(spec).action_candidates)) {
     error += line_of({". Did you mean '", *near, "'?"});
   }
   return error;
 }
 
 std::optional<std::string_view> _nearest(std::string_view name,
-                                         std::span<const std::string> candidates) {
+                                         std::span<const NameCandidate> candidates) {
   NearestName nearest(name, NEAR_NAME_CUTOFF_);
-  for (const std::string& candidate : candidates) nearest.offer(candidate);
+  for (const NameCandidate& candidate : candidates) nearest.offer(candidate);
   return nearest.best();
 }
 
@@ -378,8 +376,9 @@ Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
   const ToolIndex& index = ToolIndex::of(spec);
   Mapping bound = index.defaults;
   if (index.binds_action) {
-    bound.begin()->value =
-        effective_action_(spec, MappingAccess::find(arguments, index.action_key));
+    const Value* given = MappingAccess::find(arguments, index.action_key);
+    const std::string* action = effective_action_(spec, given);
+    if (action != nullptr) bound.begin()->value = *action;
   }
   Mapping::Entry* const places = std::to_address(bound.begin());
   for (auto& entry : arguments) {

@@ -65,10 +65,10 @@ class Normalizing_ {
   [[nodiscard]] Value _coerced(const ParamIndex& param, Argument_ argument);
   // The enumeration's own spelling; null, and a problem, for a text that it does not hold.
   [[nodiscard]] const std::string* _enum_value(const ParamIndex& param, std::string_view value);
-  [[nodiscard]] Value _bounded(const ParamIndex& param, Value&& value);
-  // Text, or none.
-  [[nodiscard]] Value _action();
-  void _check_required(const Value& action);
+  [[nodiscard]] Value _bounded(const ParamSpec& param, Value&& value);
+  // The name of the action that the request runs, or null.
+  [[nodiscard]] const std::string* _action();
+  void _check_required(const std::string* action);
   [[nodiscard]] NormalizedArguments result();
 
   const ToolSpec& spec;
@@ -79,6 +79,7 @@ class Normalizing_ {
   // Parameters that were refused under their declared names. (One that was stored is found in
   // `arguments`.) A synonym of either is left out.
   std::set<std::string_view> _named;
+  const std::string* _named_action = nullptr;
   bool _action_refused = false;
 
  private:
@@ -96,7 +97,7 @@ class Normalizing_ {
 // The candidate most similar to `name`, the greatest by code point of equally similar ones; nothing
 // when none reaches NEAR_NAME_CUTOFF_. Valid as long as the candidates are.
 [[nodiscard]] std::optional<std::string_view> _nearest(std::string_view name,
-                                                       std::span<const std::string> candidates);
+                                                       std::span<const NameCandidate> candidates);
 // Adds a line to `problems` for each parameter that the action needs and the arguments lack.
 void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
               const Mapping& arguments, std::string& problems);

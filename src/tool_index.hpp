@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "name_table.hpp"
+#include "text/similarity.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
 
@@ -69,8 +70,10 @@ struct ToolIndex {
   Value action_key = ACTION_PARAM;
   std::vector<std::string> action_names = {};
   std::vector<std::string> param_names = {};
-  // All names by which parameters may be given: the declared ones, then the synonyms.
-  std::vector<std::string> all_names = {};
+  // What may be meant by another name: any name of a parameter, synonyms too, or
+  // an action's declared one.
+  std::vector<NameCandidate> name_candidates = {};
+  std::vector<NameCandidate> action_candidates = {};
   // " It takes: NAME, NAME.", or " It takes none."
   std::string takes = {};
   std::vector<ParamIndex> param_index = {};
@@ -85,9 +88,9 @@ struct ToolIndex {
   Mapping lower_case_action_positions = {};
 };
 
-// effective_action of the tool that TOOLS holds under the spec's name, and of `given`, the action
-// in a request's arguments or null; without a look-up when it holds the spec itself.
-[[nodiscard]] Value effective_action_(const ToolSpec& spec, const Value* given);
+// The effective_action of the tool that TOOLS holds under the spec's name, or null. `given` is the
+// action in a request's arguments, or null. No look-up is needed when TOOLS holds the spec itself.
+[[nodiscard]] const std::string* effective_action_(const ToolSpec& spec, const Value* given);
 
 }  // namespace tool_binding
 

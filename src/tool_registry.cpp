@@ -20,7 +20,7 @@ void add_position(Mapping& positions, std::string_view name, std::size_t positio
 }
 
 std::optional<std::size_t> position_in(const Mapping& positions, std::string_view name) noexcept {
-  const Value* position = positions.find(name);
+  const Value* position = MappingAccess::find(positions, name);
   if (position == nullptr) return std::nullopt;
   return static_cast<std::size_t>(position->get_int64());
 }
@@ -108,7 +108,7 @@ ParamIndex index_of(const ParamSpec& param, std::size_t place) {
 // The routing names and the action's are read as such even where a parameter has that name, which
 // binding still finds.
 NameTable names_of(const ToolIndex& tool) {
-  NameTable names(tool.all_names.size() + ROUTING_PARAMS_.size() + 1);
+  NameTable names(tool.name_candidates.size() + ROUTING_PARAMS_.size() + 1);
   for (const Mapping::Entry& entry : tool.param_positions) {
     const ParamIndex& param = tool.param_index[static_cast<std::size_t>(entry.value.get_int64())];
     names.at(entry.key()) = {entry.key(), &param, NameMeaning::param, param.key == entry.key()};
@@ -121,14 +121,16 @@ NameTable names_of(const ToolIndex& tool) {
 // Points into what was declared, which from here on stays where it is.
 void work_out(ToolIndex& tool) {
   tool.action_names = names_of(tool.actions);
+  tool.action_candidates.assign(tool.action_names.begin(), tool.action_names.end());
   tool.param_names = names_of(tool.params);
   tool.takes = takes_of(tool.param_names);
   tool.binds_action = !tool.actions.empty();
   if (tool.binds_action) tool.defaults.set(ACTION_PARAM, Value());
-  tool.all_names = tool.param_names;
   tool.param_index.reserve(tool.params.size());
   for (const ParamSpec& param : tool.params) {
-    tool.all_names.insert(tool.all_names.end(), param.synonyms.begin(), param.synonyms.end());
+    tool.name_candidates.emplace_back(param.name);
+    tool.name_candidates.insert(tool.name_candidates.end(), param.synonyms.begin(),
+                                param.synonyms.end());
     const bool takes_action = param.name == ACTION_PARAM;
     if (takes_action) tool.binds_action = false;
     tool.param_index.push_back(

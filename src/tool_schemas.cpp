@@ -10,12 +10,12 @@ namespace tool_binding {
 
 namespace {
 
-Value action_of(const ToolSpec& spec, const Value* given) {
+const std::string* action_of(const ToolSpec& spec, const Value* given) {
   if (given == nullptr || given->is_none() || (given->is_text() && is_blank(given->get_text()))) {
-    return spec.default_action() ? Value(*spec.default_action()) : Value();
+    return spec.default_action() ? &*spec.default_action() : nullptr;
   }
   const ActionSpec* action = spec.action(*given);
-  return action != nullptr ? Value(action->name) : Value();
+  return action != nullptr ? &action->name : nullptr;
 }
 
 bool stands_in_tools(const ToolSpec& spec) noexcept {
@@ -27,12 +27,14 @@ bool stands_in_tools(const ToolSpec& spec) noexcept {
 
 Value effective_action(std::string_view tool, const Mapping& arguments) {
   const ToolSpec* spec = TOOLS.find(tool);
-  return spec != nullptr ? action_of(*spec, arguments.find(ACTION_PARAM)) : Value();
+  if (spec == nullptr) return {};
+  const std::string* action = action_of(*spec, arguments.find(ACTION_PARAM));
+  return action != nullptr ? Value(*action) : Value();
 }
 
-Value effective_action_(const ToolSpec& spec, const Value* given) {
+const std::string* effective_action_(const ToolSpec& spec, const Value* given) {
   const ToolSpec* registered = stands_in_tools(spec) ? &spec : TOOLS.find(spec.name());
-  return registered != nullptr ? action_of(*registered, given) : Value();
+  return registered != nullptr ? action_of(*registered, given) : nullptr;
 }
 
 std::string problem_line(const SchemaProblem& problem) {

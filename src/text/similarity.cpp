@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <span>
+#include <unordered_map>
 #include <utility>
-
-#include "unicode/utf8.hpp"
+#include <vector>
 
 namespace tool_binding {
 namespace {
@@ -27,11 +27,6 @@ double ratio(std::size_t matched, std::size_t total) noexcept {
   return total == 0 ? 1 : 2 * static_cast<double>(matched) / static_cast<double>(total);
 }
 
-// Whether the ratio is below the threshold by more than any rounding; spares a division.
-bool surely_below(double threshold, std::size_t matched, std::size_t total) noexcept {
-  return 2 * static_cast<double>(matched) < threshold * (1 - 1e-9) * static_cast<double>(total);
-}
-
 // The ratio of two texts, or a number that is below the threshold too. `possible` starts as if all
 // of the shorter text matched, and loses what each block leaves over; in the end it is what
 // matched. The smaller part goes first: so what is treated halves with each part that waits, and no
@@ -43,7 +38,8 @@ double ratio_of(const Pair& texts, double threshold, const LongestBlock& longest
   std::array<Pair, 64> waiting;
   std::size_t count = 0;
   if (possible > 0) waiting[count++] = texts;
-  while (count > 0 && !surely_below(threshold, possible, total)) {
+  const double least = NearestName::least_matched(threshold, total);
+  while (count > 0 && static_cast<double>(possible) >= least) {
     const Pair pair = waiting[--count];
     const Block block = longest_block(pair);
     possible -= pair.shorter() - block.size;
@@ -133,6 +129,23 @@ bool less_by_code_point(std::string_view left, std::string_view right) noexcept 
 
 }  // namespace
 
+// A popular character has no positions.
+struct NearestName::Whole {
+  explicit Whole(std::string_view given) : characters(code_points(given)) {
+    const std::size_t size = characters.size();
+    for (std::size_t i = 0; i < size; ++i) positions[characters[i]].push_back(i);
+    if (size < 200) return;
+    for (auto& [character, found] : positions) {
+      if (found.size() > size / 100 + 1) found.clear();
+    }
+  }
+
+  std::u32string characters;
+  std::unordered_map<char32_t, std::vector<std::size_t>> positions;
+};
+
+NearestName::~NearestName() = default;
+
 NearestName::NearestName(std::string_view given, double cutoff) noexcept
     : given_(given), threshold_(cutoff) {
   for (; !given.empty() && size_ < short_size; ++size_) {
@@ -144,33 +157,12 @@ NearestName::NearestName(std::string_view given, double cutoff) noexcept
   size_ += count_code_points(given);
 }
 
-void NearestName::offer(std::string_view candidate) {
-  if (ruled_out(candidate)) return;
+void NearestName::compare(std::string_view candidate) {
   const double similarity = similarity_to(candidate);
   if (!(similarity >= threshold_)) return;
   if (best_ && similarity == threshold_ && !less_by_code_point(*best_, candidate)) return;
   best_ = candidate;
   threshold_ = similarity;
-}
-
-// Two upper bounds: by the lengths, and for an ASCII candidate by the longest common subsequence,
-// which all that matches is one of. `open` loses one bit for each character of it (H. Hyyrö,
-// "Bit-parallel LCS-length computation revisited", 2004).
-bool NearestName::ruled_out(std::string_view candidate) const noexcept {
-  // Of the lengths that so many bytes may have, the one nearest to the given name's.
-  const std::size_t size = std::clamp(size_, (candidate.size() + 3) / 4, candidate.size());
-  if (surely_below(threshold_, std::min(size, size_), size + size_)) return true;
-  if (size_ > short_size) return false;
-  unsigned seen = 0;
-  Positions open = ~Positions{0};
-  for (const char character : candidate) {
-    const auto byte = static_cast<unsigned char>(character);
-    seen |= byte;
-    const Positions met = open & ascii_positions_[byte & 127U];
-    open = (open + met) | (open - met);
-  }
-  const auto common = static_cast<std::size_t>(std::popcount(~open));
-  return seen < 128 && surely_below(threshold_, common, candidate.size() + size_);
 }
 
 double NearestName::similarity_to(std::string_view candidate) {
@@ -199,26 +191,16 @@ NearestName::Positions NearestName::positions_of(char32_t character) const noexc
 double NearestName::similarity_to_long(std::string_view candidate) {
   const std::u32string characters = code_points(candidate);
   const Pair whole{0, characters.size(), 0, size_};
-  if (surely_below(threshold_, whole.shorter(), characters.size() + size_)) return 0;
-  if (long_characters_.empty()) index_long();
-  LongTexts texts{characters, long_characters_, {}};
+  if (whole_ == nullptr) whole_ = std::make_unique<Whole>(given_);
+  LongTexts texts{characters, whole_->characters, {}};
   texts.rows.reserve(characters.size());
   for (const char32_t character : characters) {
-    const auto found = long_positions_.find(character);
+    const auto found = whole_->positions.find(character);
     texts.rows.emplace_back();
-    if (found != long_positions_.end()) texts.rows.back() = found->second;
+    if (found != whole_->positions.end()) texts.rows.back() = found->second;
   }
   return ratio_of(whole, threshold_,
                   [&texts](const Pair& pair) { return texts.longest_block(pair); });
-}
-
-void NearestName::index_long() {
-  long_characters_ = code_points(given_);
-  for (std::size_t i = 0; i < size_; ++i) long_positions_[long_characters_[i]].push_back(i);
-  if (size_ < 200) return;
-  for (auto& [character, positions] : long_positions_) {
-    if (positions.size() > size_ / 100 + 1) positions.clear();
-  }
 }
 
 double similarity(std::string_view candidate, std::string_view given) {

@@ -16,16 +16,31 @@
 //
 // Characters are code points; upper and lower case are different ones.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
+
+#include "unicode/utf8.hpp"
 
 namespace tool_binding {
+
+// A name that may be the nearest, and what is known of it beforehand. A view; made in linear time.
+struct NameCandidate {
+  NameCandidate(std::string_view name) noexcept
+      : text(name),
+        size(count_code_points(name)),
+        is_ascii(std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; })) {}
+  NameCandidate(const std::string& name) noexcept : NameCandidate(std::string_view(name)) {}
+
+  std::string_view text;
+  std::size_t size;  // in characters
+  bool is_ascii;
+};
 
 // Finds the best of the candidates offered to it:
 //
@@ -39,12 +54,15 @@ class NearestName {
  public:
   // A candidate qualifies when its similarity is at least `cutoff`. Linear in the name.
   NearestName(std::string_view given, double cutoff) noexcept;
+  ~NearestName();
 
   // Constant time where the lengths rule the candidate out, as those of a very long given name and
   // an ordinary candidate do; one pass over most other candidates that are not near. Between long
   // names, each block found costs at most the characters of the candidate times the most
   // occurrences in the given name of a character that is not popular.
-  void offer(std::string_view candidate);
+  void offer(const NameCandidate& candidate) {
+    if (!ruled_out(candidate)) compare(candidate.text);
+  }
 
   // The most similar candidate that qualifies, of equally similar ones the greatest by code point,
   // whatever the order of the offers.
@@ -52,17 +70,38 @@ class NearestName {
   // The similarity of the best, or the cutoff while there is none.
   [[nodiscard]] double best_similarity() const noexcept { return threshold_; }
 
+  // If less than this matches of two texts of so many characters, they are less similar than the
+  // threshold, by more than any rounding.
+  [[nodiscard]] static double least_matched(double threshold, std::size_t total) noexcept {
+    return threshold * (0.5 - 1e-9) * static_cast<double>(total);
+  }
+
  private:
   // Bit i stands for character i of the given name, if that is short.
   using Positions = std::uint64_t;
   static constexpr std::size_t short_size = 64;
 
-  [[nodiscard]] bool ruled_out(std::string_view candidate) const noexcept;
+  // By two upper bounds: the lengths, and for an ASCII candidate the longest common subsequence,
+  // which all that matches is one of. `open` loses one bit for each character of it (H. Hyyrö,
+  // "Bit-parallel LCS-length computation revisited", 2004).
+  [[nodiscard]] bool ruled_out(const NameCandidate& candidate) const noexcept {
+    const double least = least_matched(threshold_, candidate.size + size_);
+    if (static_cast<double>(std::min(candidate.size, size_)) < least) return true;
+    if (size_ > short_size || !candidate.is_ascii) return false;
+    Positions open = ~Positions{0};
+    for (const char character : candidate.text) {
+      const Positions met = open & ascii_positions_[static_cast<unsigned char>(character)];
+      open = (open + met) | (open - met);
+    }
+    int common = 0;
+    for (Positions closed = ~open; closed != 0; closed &= closed - 1) ++common;
+    return common < least;
+  }
+  void compare(std::string_view candidate);
   // Both answer the similarity, or a number that is below the threshold too.
   [[nodiscard]] double similarity_to(std::string_view candidate);
   [[nodiscard]] double similarity_to_long(std::string_view candidate);
   [[nodiscard]] Positions positions_of(char32_t character) const noexcept;
-  void index_long();
 
   std::string_view given_;
   std::size_t size_ = 0;  // of the given name, in characters
@@ -73,10 +112,9 @@ class NearestName {
   std::array<Positions, 128> ascii_positions_{};
   std::array<char32_t, short_size> characters_;
 
-  // Of the whole given name, made when the first candidate needs them. A popular character has no
-  // positions.
-  std::u32string long_characters_;
-  std::unordered_map<char32_t, std::vector<std::size_t>> long_positions_;
+  // The whole given name, read when the first candidate needs it.
+  struct Whole;
+  std::unique_ptr<Whole> whole_;
 };
 
 // The similarity of one candidate, from 0 to 1.
