@@ -1,0 +1,91 @@
+// JSON text to a value and back, against nlohmann's own reading. The first byte chooses between a
+// text as it is and the text of a value made from the bytes.
+
+#include "tool_binding/json.hpp"
+
+#include "fuzz/bytes.hpp"
+#include "fuzz/check.hpp"
+
+namespace tool_binding {
+namespace {
+
+// Copies a value, each leaf and key as `form` says.
+template <class Form>
+struct Copy : ValueBuilder {
+  explicit Copy(const Form& leaf_form) : form(leaf_form) {}
+  void key(const Value& key) { ValueBuilder::key(text_form(key)); }
+  void leaf(const Value& value) { ValueBuilder::leaf(form(value)); }
+  const Form& form;
+};
+
+template <class Form>
+Value copied(const Value& value, const Form& form) {
+  Copy<Form> copy(form);
+  visit_events(value, copy);
+  return copy.take();
+}
+
+// As a parser without large integers has it.
+Value with_floats(const Value& value) {
+  const std::string shown = display_form(value);
+  return value.is_integer() && !nlohmann::json::parse(shown).is_number_integer()
+             ? Value(std::strtod(shown.c_str(), nullptr))
+             : value;
+}
+
+// As JSON can say it.
+Value as_json(const Value& value) {
+  if (value.is_object()) return display_form(value);
+  return value.is_float() && !std::isfinite(value.get_float()) ? Value() : value;
+}
+
+std::optional<Value> parsed(std::string_view text) {
+  try {
+    return parse_json(text);
+  } catch (const JsonError& error) {
+    check(error.byte() <= text.size() + 1 && error.what()[0] != '\0', "a place", text);
+    return std::nullopt;
+  }
+}
+
+// nlohmann's parser takes a zero byte for the end, and no integer beyond the floats.
+void compare_readers(std::string_view text, const std::optional<Value>& value) {
+  const bool is_accepted = nlohmann::json::accept(text);
+  const auto digits =
+      std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+  const bool is_special = text.find('\0') != text.npos || digits > 300;
+  check(is_accepted == value.has_value() || is_special, "what is JSON", text);
+  if (!is_accepted || !value) return;
+  const Value theirs = value_from_json(nlohmann::ordered_json::parse(text));
+  check(display_form(copied(*value, with_floats)) == display_form(theirs), "read", text, *value);
+}
+
+void compare_again(const Value& value) {
+  const std::string text = json_text(value);
+  const std::optional<Value> again = parsed(text);
+  check(again && display_form(*again) == display_form(value), "read back", text, value);
+  check(json_text(*again) == text, "written again", text);
+  try {
+    const Value converted = value_from_json(json_from_value(value));
+    check(display_form(converted) == display_form(value), "converted", value);
+  } catch (const std::overflow_error&) {
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace tool_binding;
+  Bytes bytes(data, size);
+  const bool is_made = bytes.below(2) == 1;
+  const Value made = is_made ? bytes.value(4, true) : Value();
+  const std::string text = is_made ? json_text(made) : std::string(bytes.take_rest());
+  const std::optional<Value> value = parsed(text);
+  compare_readers(text, value);
+  if (value) compare_again(*value);
+  if (!is_made || text.find("\\ud") != text.npos) return 0;
+  check(value.has_value(), "a value has a JSON text", text);
+  check(display_form(*value) == display_form(copied(made, as_json)), "kept", text, made);
+  return 0;
+}
