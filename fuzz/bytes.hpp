@@ -4,11 +4,9 @@
 // Values and tools that an input's bytes choose. What is behind the last byte reads as zeros.
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +15,7 @@
 
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
+#include "tool_index.hpp"
 
 namespace tool_binding {
 
@@ -43,109 +42,46 @@ class Bytes {
   // Up to 256.
   std::size_t below(std::size_t count) { return number<std::uint8_t>() % count; }
 
+  // Cut anywhere: a part of a character is a stray byte.
   std::string text() {
-    static constexpr std::string_view pieces[] = {"a",
-                                                  "Fast",
-                                                  "\u039f\u03a3",
-                                                  "1",
-                                                  "5.0",
-                                                  "0",
-                                                  "_",
-                                                  "true",
-                                                  "no",
-                                                  "nan",
-                                                  "-",
-                                                  "1e400",
-                                                  "[1, \"a\"]",
-                                                  "[",
-                                                  "]",
-                                                  ",",
-                                                  "'",
-                                                  "\"",
-                                                  "\\",
-                                                  " ",
-                                                  "\n",
-                                                  "\x1c",
-                                                  "\x7f",
-                                                  "\u00a0",
-                                                  "\u3000",
-                                                  "\u200b",
-                                                  "\u202e",
-                                                  "\xff",
-                                                  "\xed\xa0\x80",
-                                                  "\u0661",
-                                                  "\u0130",
-                                                  "\U000e0001",
-                                                  "a text that is too long to stand inline"};
+    static constexpr std::string_view parts =
+        "Fast, \u039f\u03a3A1_05.e3 true, no 'n''aninf' [1, \"a\"] {}\\\n\x1c\u00a0\u0661\u3000"
+        "\u200b\x7f\u202e\xff\xed\xa0\x80\u0130\U000e0001 a text that is too long to stand inline";
     if (below(4) == 0) return std::string(take(below(32)));
     std::string made;
-    for (std::size_t count = below(6); count > 0; --count) made += pieces[below(std::size(pieces))];
+    for (std::size_t count = below(4); count > 0; --count) {
+      made += parts.substr(below(parts.size()), below(below(4) == 0 ? 40 : 6));
+    }
     return made;
   }
 
   Value number_value() {
-    static constexpr double infinity = std::numeric_limits<double>::infinity();
-    static constexpr double floats[] = {0.0,
-                                        -0.0,
-                                        0.5,
-                                        1.0,
-                                        100.0,
-                                        1e16,
-                                        1e22,
-                                        5e-324,
-                                        1e308,
-                                        infinity,
-                                        -infinity,
-                                        9007199254740993.0,
-                                        9223372036854775808.0};
-    switch (below(5)) {
-      case 0:
-        return number<std::int8_t>();
-      case 1:
-        return number<std::int64_t>();
-      case 2:
-        return floats[below(std::size(floats))];
-      case 3:
-        return number<double>();
-      default: {
-        std::string digits(below(64) == 63 ? 400 : below(40) + 1, '7');
-        for (const char byte : take(3)) digits += static_cast<char>('0' + (byte & 7));
-        return Value::integer_of((below(2) == 0 ? "" : "-") + digits);
-      }
-    }
+    static constexpr double floats[] = {-0.0, 0.5, 1e16, 5e-324, 1e300 * 1e300, 0x1p53, 0x1p63};
+    const std::size_t kind = below(5);
+    if (kind == 0) return number<std::int8_t>();
+    if (kind == 1) return number<std::int64_t>();
+    if (kind == 2) return floats[below(std::size(floats))];
+    if (kind == 3) return number<double>();
+    std::string digits(below(64) == 63 ? 400 : below(40) + 1, '7');
+    for (const char byte : take(3)) digits += static_cast<char>('0' + (byte & 7));
+    return Value::integer_of((below(2) == 0 ? "" : "-") + digits);
   }
 
-  // Of every kind; `depth` bounds the nesting. A mapping has keys other than text only where
-  // `any_keys` is true.
-  Value value(int depth, bool any_keys = false) {
-    switch (below(depth > 0 ? 10 : 8)) {
-      case 0:
-        return {};
-      case 1:
-        return below(2) == 0;
-      case 2:
-        return std::make_shared<Object>(below(2) == 0 ? "Repo" : "Engine");
-      case 3:
-      case 4:
-        return number_value();
-      case 8: {
-        List items;
-        for (std::size_t count = below(5); count > 0; --count) {
-          items.push_back(value(depth - 1, any_keys));
-        }
-        return items;
-      }
-      case 9: {
-        Mapping mapping;
-        for (std::size_t count = below(depth > 2 ? 24 : 4); count > 0; --count) {
-          Value key = any_keys && below(4) == 0 ? value(0) : text();
-          mapping.set(std::move(key), value(depth - 1, any_keys));
-        }
-        return mapping;
-      }
-      default:
-        return text();
+  // Of every kind; `depth` bounds the nesting.
+  Value value(int depth) {
+    const std::size_t kind = below(depth > 0 ? 10 : 8);
+    if (kind == 0) return {};
+    if (kind == 1) return below(2) == 0;
+    if (kind == 2) return std::make_shared<Object>("Repo");
+    if (kind < 5) return number_value();
+    if (kind < 8) return text();
+    List items;
+    Mapping mapping;
+    for (std::size_t count = below(depth > 2 ? 24 : 4); count > 0; --count) {
+      if (kind == 8) items.push_back(value(depth - 1));
+      if (kind == 9) mapping.set(below(4) == 0 ? value(0) : text(), value(depth - 1));
     }
+    return kind == 8 ? Value(std::move(items)) : Value(std::move(mapping));
   }
 
  private:
@@ -167,13 +103,12 @@ inline std::vector<std::string> any_names(Bytes& bytes, std::size_t at_most, boo
 
 inline ParamSpec any_param(Bytes& bytes, std::string name, const std::vector<ActionSpec>& actions,
                            bool publishable) {
-  static constexpr std::string_view types[] = {"integer", "number", "boolean", "string", "array"};
   const auto bound = [&bytes] {
-    Value bound = bytes.number_value();
-    return bound.is_float() && !std::isfinite(bound.get_float()) ? Value(0.5) : bound;
+    Value number = bytes.number_value();
+    return number.is_float() && !std::isfinite(number.get_float()) ? Value(0.5) : number;
   };
   const std::size_t has = bytes.below(256);
-  ParamSpec param{.name = std::move(name), .type = std::string(types[bytes.below(5)])};
+  ParamSpec param{.name = std::move(name), .type = std::string(TYPE_NAMES[bytes.below(5)])};
   if (has & 1) param.synonyms = any_names(bytes, 3, publishable);
   if (has & 2 && param.type == "array") param.items_type = bytes.below(2) == 0 ? "string" : "array";
   if (has & 4) param.enum_ = {bytes.text(), bytes.text(), bytes.text()};

@@ -72,7 +72,7 @@ std::string plain_form(const Value& value) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tool_binding;
-  const Value value = Bytes(data, size).value(5, true);
+  const Value value = Bytes(data, size).value(4);
   const std::string shown = display_form(value);
   check(shown == plain_form(value), "the form shown", shown, plain_form(value));
   check(text_form(value) == (value.is_text() ? value.get_text() : shown), "the text form", shown);

@@ -1,17 +1,14 @@
-// Runs a fuzz target without libFuzzer: TARGET CORPUS FIXED runs every file of the two directories,
-// then inputs that are made from those of the corpus, the same ones each time. An input that ends
-// the process is written to the file replay-failed in the working directory.
+// Runs a fuzz target without libFuzzer: TARGET CORPUS FIXED runs every file of both directories,
+// then inputs that are made from them, the same ones each time. An input that ends the process is
+// written to the file replay-failed.
 
+#include <algorithm>
 #include <csignal>
-#include <cstdint>
-#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <set>
-#include <string>
 #include <vector>
 
 #include "fuzz/check.hpp"
@@ -31,58 +28,42 @@ void run(std::string input) {
 }
 
 std::vector<std::string> inputs_in(const char* directory) {
-  std::set<std::filesystem::path> paths;  // in the same order everywhere
-  for (const auto& file : std::filesystem::directory_iterator(directory)) paths.insert(file.path());
   std::vector<std::string> inputs;
-  for (const auto& path : paths) {
-    std::ifstream file(path, std::ios::binary);
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    std::ifstream file(entry.path(), std::ios::binary);
     inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
   }
+  std::sort(inputs.begin(), inputs.end());  // in the same order everywhere
   return inputs;
 }
 
-// One of the corpus with a few bytes changed, cut out, repeated or taken from another one.
-class Maker {
- public:
-  explicit Maker(const std::vector<std::string>& corpus) : corpus_(corpus) {}
-
-  std::string make() {
-    std::string input = any_of_corpus();
-    for (std::size_t edits = below(8); edits > 0; --edits) {
-      const std::size_t at = below(input.size() + 1);
-      const std::size_t count = below(8);
-      const std::string& other = below(2) == 0 ? input : any_of_corpus();
-      const std::string piece = other.substr(below(other.size() + 1), below(16));
-      input.replace(at, below(3) == 0 ? 0 : count, below(2) == 0 ? piece : random(count));
-    }
-    return input;
+// One of the inputs with a few bytes changed, cut out, repeated or taken from another one.
+std::string made_from(const std::vector<std::string>& inputs, std::mt19937_64& bits) {
+  const auto below = [&bits](std::size_t count) {
+    return static_cast<std::size_t>(bits() % count);
+  };
+  std::string input = inputs[below(inputs.size())];
+  for (std::size_t edits = below(8); edits > 0; --edits) {
+    const std::string& other = below(2) == 0 ? input : inputs[below(inputs.size())];
+    std::string piece = other.substr(below(other.size() + 1), below(16));
+    if (below(2) == 0) piece = static_cast<char>(bits());
+    input.replace(below(input.size() + 1), below(3) == 0 ? 0 : below(8), piece);
   }
-
- private:
-  std::size_t below(std::size_t count) { return static_cast<std::size_t>(bits_() % count); }
-  const std::string& any_of_corpus() { return corpus_[below(corpus_.size())]; }
-  std::string random(std::size_t count) {
-    std::string bytes(count, ' ');
-    for (char& byte : bytes) byte = static_cast<char>(bits_());
-    return bytes;
-  }
-
-  const std::vector<std::string>& corpus_;
-  std::mt19937_64 bits_{1};
-};
+  return input;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 3) return std::fprintf(stderr, "usage: TARGET CORPUS FIXED\n"), 2;
-  const std::vector<std::string> corpus = inputs_in(argv[1]);
-  if (corpus.empty()) return std::fprintf(stderr, "%s holds no inputs\n", argv[1]), 1;
-  std::signal(SIGABRT, keep_current);
-  for (const std::string& input : corpus) run(input);
+  std::vector<std::string> inputs = inputs_in(argv[1]);
+  if (inputs.empty()) return std::fprintf(stderr, "%s holds no inputs\n", argv[1]), 1;
   const std::vector<std::string> fixed = inputs_in(argv[2]);
-  for (const std::string& input : fixed) run(input);
-  Maker maker(corpus);
+  inputs.insert(inputs.end(), fixed.begin(), fixed.end());
+  std::signal(SIGABRT, keep_current);
+  for (const std::string& input : inputs) run(input);
+  std::mt19937_64 bits(1);
   int made = 0;
-  for (; made < made_inputs && std::clock() < most_time; ++made) run(maker.make());
-  std::printf("%zu of the corpus, %zu fixed, %d made\n", corpus.size(), fixed.size(), made);
+  for (; made < made_inputs && std::clock() < most_time; ++made) run(made_from(inputs, bits));
+  std::printf("%zu inputs, %d made of them\n", inputs.size(), made);
 }

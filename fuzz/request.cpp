@@ -2,6 +2,7 @@
 // written once more, as plainly as they can be.
 
 #include <set>
+#include <tuple>
 
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"
@@ -25,28 +26,14 @@ bool holds(const std::vector<std::string>& texts, std::string_view text) {
 }
 
 // The first of that name, else the first with that synonym.
-template <class Named>
-const Named* find(const std::vector<Named>& all, std::string_view name) {
-  for (const Named& named : all) {
-    if (named.name == name) return &named;
+const ParamSpec* find(const std::vector<ParamSpec>& params, std::string_view name) {
+  for (const ParamSpec& param : params) {
+    if (param.name == name) return &param;
   }
-  for (const Named& named : all) {
-    if (holds(named.synonyms, name)) return &named;
+  for (const ParamSpec& param : params) {
+    if (holds(param.synonyms, name)) return &param;
   }
   return nullptr;
-}
-
-const ActionSpec* find_action(const ToolSpec& tool, const Value& value) {
-  if (!value.is_text()) return nullptr;
-  if (const ActionSpec* exact = find(tool.actions(), value.get_text())) return exact;
-  std::vector<ActionSpec> lower = tool.actions();
-  for (ActionSpec& action : lower) {
-    action.name = lower_cased(action.name);
-    for (std::string& synonym : action.synonyms) synonym = lower_cased(synonym);
-  }
-  const ActionSpec* found = find(lower, lower_cased(plainly_trimmed(value.get_text())));
-  return found != nullptr ? &tool.actions()[static_cast<std::size_t>(found - lower.data())]
-                          : nullptr;
 }
 
 // None for a value that is not to be read as the type.
@@ -97,7 +84,7 @@ struct Plain {
   }
 
   void take_action(const Value& value) {
-    const ActionSpec* action = find_action(tool, value);
+    const ActionSpec* action = tool.action(value);
     if (action == nullptr) {
       is_refused = true;
       return problems.push_back(tool.actions().empty() ? tool.name() + " takes no 'action'"
@@ -160,11 +147,10 @@ struct Plain {
 
   Value bounded(const ParamSpec& param, const Value& value) {
     if (!value.is_integer() && !value.is_float()) return value;
-    const auto is_beyond = [&value](const Value& bound, std::partial_ordering side) {
-      return !bound.is_none() && compare_numbers(value, bound) == side;
-    };
-    const bool is_below = is_beyond(param.minimum, std::partial_ordering::less);
-    if (!is_below && !is_beyond(param.maximum, std::partial_ordering::greater)) return value;
+    const auto& [low, high] = std::tie(param.minimum, param.maximum);
+    const bool is_below = !low.is_none() && compare_numbers(value, low) < 0;
+    const bool is_above = !high.is_none() && compare_numbers(value, high) > 0;
+    if (!is_below && !is_above) return value;
     const Value& bound = is_below ? param.minimum : param.maximum;
     const Value used = param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
     notes.push_back(quoted(param.name) + " " + display_form(value) + " is " +
@@ -213,7 +199,7 @@ Mapping plainly_bound(const ToolSpec& tool, const Mapping& arguments) {
   Mapping bound;
   if (!tool.actions().empty()) {
     const Value* given = arguments.find("action");
-    const ActionSpec* action = given != nullptr ? find_action(tool, *given) : nullptr;
+    const ActionSpec* action = given != nullptr ? tool.action(*given) : nullptr;
     if (given != nullptr && is_blank(*given)) given = nullptr;
     bound.set("action", given == nullptr && tool.default_action() ? Value(*tool.default_action())
                         : action != nullptr                       ? Value(action->name)
@@ -243,29 +229,26 @@ std::string answer(const Call& call) {
 
 Mapping any_request(Bytes& bytes, const ToolSpec& tool) {
   std::vector<std::string> names = {"action", "repo", "repo_root"};
+  std::vector<std::string> words = {" TRUE"};
+  const auto add = [](auto& all, const auto& more) {
+    all.insert(all.end(), more.begin(), more.end());
+  };
+  add(words, tool.action_names());
+  for (const ActionSpec& action : tool.actions()) add(words, action.synonyms);
+  add(names, tool.param_names());
   for (const ParamSpec& param : tool.params()) {
-    names.push_back(param.name);
-    names.insert(names.end(), param.synonyms.begin(), param.synonyms.end());
-  }
-  std::vector<std::string> words;
-  for (const ActionSpec& action : tool.actions()) {
-    words.push_back(action.name);
-    words.insert(words.end(), action.synonyms.begin(), action.synonyms.end());
-  }
-  for (const ParamSpec& param : tool.params()) {
-    words.insert(words.end(), param.enum_.begin(), param.enum_.end());
+    add(names, param.synonyms);
+    add(words, param.enum_);
   }
   Mapping request;
   while (!bytes.at_end() && request.size() < 40) {
     const std::size_t kind = bytes.below(8);
-    std::string name = names[bytes.below(names.size())];
-    if (kind == 0) name += bytes.text();
-    if (kind < 3 && !words.empty()) {
-      const std::string& word = words[bytes.below(words.size())];
-      request.set(name, kind == 1 ? word : " " + lower_cased(word));
-    } else {
-      request.set(name, kind == 3 ? Value(text_form(bytes.number_value())) : bytes.value(3));
-    }
+    const std::string name = names[bytes.below(names.size())] + (kind == 0 ? bytes.text() : "");
+    const std::string word = words[bytes.below(words.size())];
+    request.set(name, kind == 1   ? word
+                      : kind == 2 ? lower_cased(" " + word)
+                      : kind == 3 ? Value(text_form(bytes.number_value()))
+                                  : bytes.value(3));
   }
   return request;
 }

@@ -66,54 +66,6 @@ TEST(Similarity, CountsAnyNumberOfBlocks) {
   EXPECT_EQ(similarity(utf8(candidate), utf8(given)), 0.5);
 }
 
-class RandomNames {
- public:
-  explicit RandomNames(std::size_t kinds) : _kinds(kinds) {}
-
-  std::size_t below(std::size_t end) {
-    return std::uniform_int_distribution<std::size_t>(0, end - 1)(_random);
-  }
-
-  // Four characters are frequent.
-  std::u32string name(std::size_t size) {
-    std::u32string name;
-    while (name.size() < size) name += static_cast<char32_t>('a' + below(below(2) ? 4 : _kinds));
-    return name;
-  }
-
-  std::u32string edited(std::u32string name, std::size_t edits) {
-    for (; edits > 0; --edits) {
-      const std::size_t at = below(name.size() + 1);
-      name.replace(at, below(4), this->name(below(4)));
-    }
-    return name;
-  }
-
- private:
-  std::size_t _kinds;
-  std::mt19937 _random{20};
-};
-
-TEST(Similarity, AgreesWithThePlainRulesOnRandomTexts) {
-  constexpr struct {
-    std::size_t least, most;
-    int times;
-  } cases[] = {{5, 30, 1000}, {60, 70, 200}, {190, 210, 60}, {300, 1000, 8}};
-  for (const std::size_t kinds : {8U, 60U, 500U}) {
-    RandomNames random(kinds);
-    for (const auto& c : cases) {
-      for (int i = 0; i < c.times; ++i) {
-        const std::size_t size = c.least + random.below(c.most - c.least + 1);
-        const std::u32string given = random.name(size);
-        const std::u32string candidate = random.below(3) == 0
-                                             ? random.name(random.below(2 * size))
-                                             : random.edited(given, random.below(size / 3));
-        expect_like_plain(utf8(candidate), utf8(given));
-      }
-    }
-  }
-}
-
 TEST(Similarity, IsWhatTheRulesSay) {
   const std::string a99(99, 'a'), a100(100, 'a');
   const struct {
@@ -168,26 +120,6 @@ TEST(NearestName, IsTheMostSimilarAndOfThoseTheGreatest) {
       EXPECT_EQ(nearest.best(), c.expected);
       std::reverse(c.candidates.begin(), c.candidates.end());
     }
-  }
-}
-
-TEST(NearestName, AgreesWithAPlainSearchOfAll) {
-  RandomNames random(60);
-  for (int i = 0; i < 1500; ++i) {
-    const std::u32string given = random.name(1 + random.below(80));
-    const std::string given_bytes = utf8(given);
-    const double cutoff = static_cast<double>(random.below(4)) * 0.3;
-    std::pair<double, std::u32string> best{cutoff, U""};
-    std::vector<std::string> candidates(random.below(20));
-    for (std::string& candidate : candidates) {
-      const std::u32string edited = random.edited(given, 1 + random.below(given.size()));
-      candidate = utf8(edited);
-      best = std::max(best, {plain_similarity(edited, given), edited});
-    }
-    NearestName nearest(given_bytes, cutoff);
-    for (const std::string& candidate : candidates) nearest.offer(candidate);
-    ASSERT_EQ(nearest.best().value_or(""), utf8(best.second));
-    ASSERT_EQ(nearest.best_similarity(), best.first);
   }
 }
 

@@ -6,7 +6,7 @@
 
 #include "answer.hpp"
 #include "builtin_tools.hpp"
-#include "random_values.hpp"
+#include "print_values.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_schemas.hpp"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "random_values.hpp"
+#include "print_values.hpp"
 #include "tool_binding_private.hpp"
 
 namespace tool_binding {
@@ -401,20 +401,6 @@ TEST(NormalizedArguments, AreEqualByTheirFields) {
   EXPECT_NE(plain, NormalizedArguments(Mapping{{"a", 1}}, {}, true));
   static_assert(!std::is_copy_assignable_v<NormalizedArguments> &&
                 !std::is_move_assignable_v<NormalizedArguments>);
-}
-
-// A number sent as text is admitted to the same value as the number itself.
-TEST_F(ToolBinding, AdmitsNumbersAsTextToTheSameValue) {
-  const ToolSpec tool("t", {}, {{.name = "i", .type = "integer"}, {.name = "f", .type = "number"}});
-  RandomValues random(5);
-  for (int i = 0; i < 20'000; ++i) {
-    const Value integer = Value::integer_of(random.decimal_integer());
-    const Value number = random.finite_float();
-    const Mapping sent{{"i", integer}, {"f", number}};
-    const Mapping as_text{{"i", text_form(integer)}, {"f", text_form(number)}};
-    ASSERT_EQ(normalize_arguments(tool, as_text).arguments(), sent);
-    ASSERT_EQ(normalize_arguments(tool, sent).arguments(), sent);
-  }
 }
 
 // A request may hold anything, nested to any depth, and any number of anything.

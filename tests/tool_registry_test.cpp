@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "random_values.hpp"
+#include "print_values.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
 namespace tool_binding {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "random_values.hpp"
+#include "print_values.hpp"
 #include "tool_binding/json.hpp"
 
 namespace tool_binding {
@@ -112,76 +112,6 @@ TEST(ReadTools, KeepsTheFirstToolOfAName) {
       read_tools(parse_json(R"([{"name": "a", "description": "1"}, {"name": "a"}])"));
   EXPECT_EQ(problems_of(reading), Lines{"E a: another tool has this name too"});
   EXPECT_EQ(ToolTable(reading.tools), ToolTable({ToolSpec("a", {}, {}, {}, "1")}));
-}
-
-// Random tools, of all that a schema can say.
-class RandomTools {
- public:
-  ToolTable table() {
-    std::vector<ToolSpec> tools;
-    for (const std::string& name : names(4)) {
-      std::vector<ActionSpec> actions;
-      for (const std::string& action : names(3)) actions.push_back({action, names(2)});
-      std::vector<ParamSpec> params;
-      for (const std::string& param : names(5)) params.push_back(this->param(param, actions));
-      std::optional<std::string> first;
-      if (!actions.empty() && coin()) first = actions[random_.below(actions.size())].name;
-      tools.emplace_back(name, std::move(actions), std::move(params), first, random_.text());
-    }
-    return ToolTable(std::move(tools));
-  }
-
- private:
-  bool coin() { return random_.below(2) == 0; }
-
-  std::vector<std::string> names(std::size_t at_most) {
-    static const std::string all[] = {"q", "Q", "x-default", "type", "\xff", "n n", "enum"};
-    std::vector<std::string> names;
-    const std::size_t first = random_.below(std::size(all));
-    for (std::size_t i = random_.below(at_most + 1); i > 0; --i) {
-      names.push_back(all[(first + i) % std::size(all)]);
-    }
-    return names;
-  }
-
-  Value bound() {
-    const Value bounds[] = {Value(), random_.finite_float(),
-                            Value::integer_of(random_.decimal_integer())};
-    return bounds[random_.below(std::size(bounds))];
-  }
-
-  ParamSpec param(const std::string& name, const std::vector<ActionSpec>& actions) {
-    static const std::string types[] = {"integer", "number", "boolean", "string", "array"};
-    ParamSpec param{.name = name, .synonyms = names(3), .type = types[random_.below(5)]};
-    if (param.type == "array" && coin()) param.items_type = coin() ? "string" : "object";
-    for (std::size_t i = random_.below(4); i > 0; --i) param.enum_.push_back(random_.text());
-    if (coin() && !param.synonyms.empty()) param.synonyms.push_back(param.synonyms.front());
-    param.minimum = bound();
-    param.maximum = bound();
-    param.blank_is_value = coin();
-    param.required = coin();
-    param.default_ = random_.value();
-    param.description = random_.text();
-    for (const ActionSpec& action : actions) {
-      if (coin()) param.required_for.push_back(action.name);
-      if (coin()) param.action_defaults.emplace_back(action.name, random_.value());
-    }
-    return param;
-  }
-
-  RandomValues random_{7};
-};
-
-TEST(PublishedTools, ReadBackAsTheSameTools) {
-  RandomTools random;
-  for (int round = 0; round < 500; ++round) {
-    const ToolTable tools = random.table();
-    const Value published = published_tools(tools);
-    SCOPED_TRACE(json_text(published));
-    ToolsReading again = read_tools(published);
-    ASSERT_EQ(again.errors, std::vector<SchemaProblem>());
-    ASSERT_EQ(ToolTable(std::move(again.tools)), tools);
-  }
 }
 
 // Calls `visit` for `value` and for all that stands in it.
