@@ -99,7 +99,7 @@ struct Plain {
   }
 
   [[nodiscard]] std::string unknown(std::string_view name) const {
-    std::vector<std::string> names = tool.param_names();
+    std::vector<NameCandidate> names(tool.param_names().begin(), tool.param_names().end());
     for (const ParamSpec& param : tool.params()) {
       names.insert(names.end(), param.synonyms.begin(), param.synonyms.end());
     }
