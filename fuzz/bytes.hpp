@@ -56,7 +56,7 @@ class Bytes {
   }
 
   Value number_value() {
-    static constexpr double floats[] = {-0.0, 0.5, 1e16, 5e-324, 1e300 * 1e300, 0x1p53, 0x1p63};
+    static constexpr double floats[] = {-0.0, 0.5, 1e16, 5e-324, HUGE_VAL, 0x1p53, 0x1p63};
     const std::size_t kind = below(5);
     if (kind == 0) return number<std::int8_t>();
     if (kind == 1) return number<std::int64_t>();
