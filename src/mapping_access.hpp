@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -16,6 +18,9 @@ namespace tool_binding {
 // The look-ups and additions that every argument of every request goes through, inline for the
 // small mappings that have no index.
 struct MappingAccess {
+  [[nodiscard]] static bool is_indexed(const Mapping& mapping) noexcept {
+    return !mapping.index_.empty();
+  }
   // Precondition: `key` is text.
   [[nodiscard]] static const Value* find(const Mapping& mapping, const Value& key) noexcept {
     if (!mapping.index_.empty() || !key.is_plain()) return mapping.find_key(key);
@@ -51,6 +56,27 @@ struct MappingAccess {
     if (mapping.entries_.size() > Mapping::scan_limit || !mapping.index_.empty()) {
       mapping.index_last();
     }
+  }
+
+  // Moves the entries up to `places`, and copies those of `defaults` to the others. Preconditions:
+  // the mapping has no index, the places ascend, and of the defaults nothing stands on the heap, so
+  // that they are their bytes.
+  static void spread(Mapping& mapping, std::span<const std::size_t> places,
+                     const Mapping& defaults) {
+    auto& entries = mapping.entries_;
+    const auto& others = defaults.entries_;
+    const auto put = [](Mapping::Entry& to, const Mapping::Entry& from) {
+      to.key_.bytes_ = from.key_.bytes_;
+      to.value.bytes_ = from.value.bytes_;
+    };
+    entries.insert(entries.end(), others.begin() + std::ssize(places), others.end());
+    for (std::size_t i = places.size(); i-- > 0 && places[i] != i;) {
+      put(entries[places[i]], entries[i]);
+      put(entries[i], others[i]);
+    }
+  }
+  [[nodiscard]] static bool owns_heap(const Mapping::Entry& entry) noexcept {
+    return entry.key_.owns_heap() || entry.value.owns_heap();
   }
 
   // Precondition: `key` is text.

@@ -48,7 +48,7 @@ namespace {
 template <class Arguments>
 NormalizedArguments admitted(const ToolSpec& spec, Arguments& arguments) {
   Normalizing_ state(spec);
-  state.arguments.reserve(std::min(arguments.size(), spec.params().size()) + 1);
+  state.arguments.reserve(ToolIndex::of(spec).room_for(arguments.size()));
   for (auto& entry : arguments) state.take(entry.key(), std::move(entry.value));
   return state.result();
 }
@@ -116,7 +116,6 @@ void Normalizing_::_take_action(const Value& value) {
     _note({"the action '", TextForm(value), "' was read as '", action->name, "'"});
   }
   MappingAccess::set(arguments, index_.action_key, action->name);
-  _named_action = &action->name;
 }
 
 void Normalizing_::_unknown_parameter(std::string_view name) {
@@ -195,25 +194,23 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
   return used;
 }
 
-const std::string* Normalizing_::_action() {
-  if (_named_action != nullptr || _action_refused) return _named_action;
+const Value* Normalizing_::_action() {
+  const Value* named = MappingAccess::find(arguments, index_.action_key);
+  if (named != nullptr || _action_refused) return named;
   const std::string* action = effective_action_(spec, nullptr);
-  if (action != nullptr) {
-    arguments.set(ACTION_PARAM, *action);
-  } else if (!spec.actions().empty()) {
+  if (action != nullptr) return &arguments.set(index_.action_key, *action);
+  if (!spec.actions().empty()) {
     _problem({spec.name(), " needs an 'action': one of ", joined(spec.action_names(), ", ")});
   }
-  return action;
-}
-
-void Normalizing_::_check_required(const std::string* action) {
-  _missing(spec, action != nullptr ? std::optional<std::string_view>(*action) : std::nullopt,
-           arguments, problems);
+  return nullptr;
 }
 
 void Normalizing_::_settle() {
-  const std::string* action = _action();
-  if (action != nullptr || spec.actions().empty()) _check_required(action);
+  if (const Value* action = _action()) {
+    _missing(spec, TextForm(*action), arguments, problems);
+  } else if (spec.actions().empty()) {
+    _missing(spec, std::nullopt, arguments, problems);
+  }
 }
 
 // Where this throws nothing waits to be destroyed, since each frame with something to destroy makes
@@ -388,6 +385,21 @@ Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
   return bound;
 }
 
+// Binds arguments in the order of declaration, as clients tend to send them, where they stand: each
+// moves up to its place, and defaults take the others. Of any other arguments it answers no.
+bool bound_in_place(const ToolIndex& index, Mapping& arguments) {
+  if (!index.binds_in_place || MappingAccess::is_indexed(arguments)) return false;
+  std::array<std::size_t, ToolIndex::few> places;
+  std::size_t count = 0;
+  for (const Mapping::Entry& entry : arguments) {
+    const auto place = index.place_of(entry.key());
+    if (!place || (count > 0 && *place <= places[count - 1])) return false;
+    places[count++] = *place;
+  }
+  MappingAccess::spread(arguments, std::span(places).first(count), index.defaults);
+  return true;
+}
+
 }  // namespace
 
 Mapping bind_arguments(ToolRef tool, const Mapping& arguments) {
@@ -395,7 +407,15 @@ Mapping bind_arguments(ToolRef tool, const Mapping& arguments) {
 }
 
 Mapping bind_arguments(ToolRef tool, Mapping&& arguments) {
-  return bound_from(tool.spec(), arguments);
+  const ToolSpec& spec = tool.spec();
+  const ToolIndex& index = ToolIndex::of(spec);
+  if (!bound_in_place(index, arguments)) return bound_from(spec, arguments);
+  if (index.binds_action) {
+    Value& action = arguments.begin()->value;
+    const std::string* name = effective_action_(spec, &action);
+    action = name != nullptr ? Value(*name) : Value();
+  }
+  return std::move(arguments);
 }
 
 Value action_default(std::string_view tool, std::string_view name, std::string_view action) {

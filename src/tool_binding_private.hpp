@@ -66,9 +66,8 @@ class Normalizing_ {
   // The enumeration's own spelling; null, and a problem, for a text that it does not hold.
   [[nodiscard]] const std::string* _enum_value(const ParamIndex& param, std::string_view value);
   [[nodiscard]] Value _bounded(const ParamSpec& param, Value&& value);
-  // The name of the action that the request runs, or null.
-  [[nodiscard]] const std::string* _action();
-  void _check_required(const std::string* action);
+  // What names the action among the arguments, after this; or null.
+  [[nodiscard]] const Value* _action();
   [[nodiscard]] NormalizedArguments result();
 
   const ToolSpec& spec;
@@ -79,7 +78,6 @@ class Normalizing_ {
   // Parameters that were refused under their declared names. (One that was stored is found in
   // `arguments`.) A synonym of either is left out.
   std::set<std::string_view> _named;
-  const std::string* _named_action = nullptr;
   bool _action_refused = false;
 
  private:

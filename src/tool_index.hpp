@@ -4,6 +4,7 @@
 // A ToolSpec's record: what was declared, and what is worked out from it once, when it is built, so
 // that no request has to.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -58,6 +59,21 @@ struct ParamIndex {
 };
 
 struct ToolIndex {
+  static constexpr std::size_t few = 16;
+
+  // The names to make room for when a request of that size is admitted: all that are bound later,
+  // if that may be in the same room.
+  [[nodiscard]] std::size_t room_for(std::size_t arguments) const noexcept {
+    return binds_in_place ? defaults.size() : std::min(arguments, params.size()) + 1;
+  }
+  // The place among the defaults that an argument of that name is bound to.
+  [[nodiscard]] std::optional<std::size_t> place_of(const Value& argument) const noexcept {
+    const NameTable::Entry& entry = names.find(argument);
+    if (entry.is_declared) return entry.param->place;
+    if (entry.meaning == NameMeaning::action && binds_action) return 0;
+    return std::nullopt;
+  }
+
   // Lives as long as any copy of the spec.
   [[nodiscard]] static const ToolIndex& of(const ToolSpec& spec) noexcept { return *spec.record_; }
 
@@ -79,7 +95,8 @@ struct ToolIndex {
   std::vector<ParamIndex> param_index = {};
   // What binding gives a request without arguments: the action as none, then every default.
   Mapping defaults = {};
-  bool binds_action = false;  // into the first entry; not if a parameter of that name takes it
+  bool binds_action = false;    // into the first entry; not if a parameter of that name takes it
+  bool binds_in_place = false;  // few defaults, none of which needs memory to be copied
   // Those that some action, or every request, needs.
   std::vector<const ParamIndex*> needed = {};
   Mapping param_positions = {};

@@ -142,6 +142,9 @@ void work_out(ToolIndex& tool) {
   }
   tool.param_positions = positions_of(tool.params, unchanged);
   tool.names = names_of(tool);
+  tool.binds_in_place =
+      tool.defaults.size() <= ToolIndex::few &&
+      std::none_of(tool.defaults.begin(), tool.defaults.end(), MappingAccess::owns_heap);
   tool.action_positions = positions_of(tool.actions, unchanged);
   tool.lower_case_action_positions = positions_of(tool.actions, lower_cased);
   check_names_differ(tool);
@@ -218,8 +221,8 @@ ToolTable::ToolTable(std::vector<ToolSpec> tools) : tools_(std::move(tools)) {
 }
 
 const ToolSpec* ToolTable::find(std::string_view name) const noexcept {
-  const auto position = position_in(positions_, name);
-  return position ? &tools_[*position] : nullptr;
+  const Value* position = MappingAccess::find(positions_, name);
+  return position != nullptr ? &tools_[static_cast<std::size_t>(position->get_int64())] : nullptr;
 }
 
 const ToolSpec& ToolTable::at(std::string_view name) const {

@@ -26,7 +26,7 @@ namespace any_ends {
 // Whether the text holds nothing but white space, or nothing at all.
 [[nodiscard]] inline bool is_blank(std::string_view text) noexcept {
   if (!text.empty() && is_visible_ascii(text.front())) return false;
-  return trimmed(text).empty();
+  return any_ends::trimmed(text).empty();
 }
 
 }  // namespace tool_binding
