@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <compare>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <random>
 #include <string>
 
 #include "print_values.hpp"
@@ -99,6 +104,47 @@ TEST(ReadFloat, TakesDecimalsAndTheNamedNumbers) {
   for (const auto& c : cases) {
     const auto read = read_float(c.text);
     EXPECT_EQ(read ? display_form(*read) : "", c.shown) << c.text;
+  }
+}
+
+std::string printed(const char* format, int digits, double number) {
+  char text[400];
+  return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, format, digits, number))};
+}
+
+// By the C library: the fewest digits that read back, where up to 15 always do but for zeros.
+std::string plainly_shown(double number) {
+  int digits = std::isnormal(number) ? 15 : 1;
+  std::string shown;
+  do shown = printed("%.*e", digits++ - 1, number);
+  while (std::strtod(shown.c_str(), nullptr) != number);
+  const std::size_t mark = shown.find('e');
+  const int exponent = std::stoi(shown.substr(mark + 1));
+  std::string mantissa = shown.substr(0, shown.find_last_not_of('0', mark - 1) + 1);
+  const auto decimals = static_cast<int>(mantissa.size() - mantissa.find('.') - 1);
+  if (exponent >= -4 && exponent < 16) {
+    return printed("%.*f", std::max(decimals - exponent, 1), number);
+  }
+  if (decimals == 0) mantissa.pop_back();
+  return mantissa + shown.substr(mark);
+}
+
+TEST(Numbers, AreReadAndShownAsTheCLibraryDoes) {
+  std::mt19937_64 random(3);
+  const auto bits = [](double number) { return std::bit_cast<std::uint64_t>(number); };
+  for (int i = 0; i < 200'000; ++i) {
+    double number = std::bit_cast<double>(random());
+    if (!std::isfinite(number)) continue;
+    if (i % 4 == 0) {  // mostly among those that are shown without an exponent
+      int exponent = 0;
+      number = std::ldexp(std::frexp(number, &exponent), static_cast<int>(random() % 80) - 20);
+    }
+    const std::string shown = display_form(number);
+    ASSERT_EQ(shown, plainly_shown(number));
+    ASSERT_EQ(bits(read_float(shown).value()), bits(number)) << shown;
+    const std::string longer = printed("%.*e", static_cast<int>(random() % 30), number);
+    ASSERT_EQ(bits(read_float(longer).value()), bits(std::strtod(longer.c_str(), nullptr)))
+        << longer;
   }
 }
 

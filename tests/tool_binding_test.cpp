@@ -2,80 +2,34 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "print_values.hpp"
+#include "sample_requests.hpp"
 #include "tool_binding_private.hpp"
+#include "unicode/utf8.hpp"
 
 namespace tool_binding {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-ToolTable tools() {
-  const ToolSpec search(
-      "search", {},
-      {{.name = "query", .synonyms = {"q", "pattern"}, .required = true},
-       {.name = "limit",
-        .synonyms = {"n"},
-        .type = "integer",
-        .minimum = 1,
-        .maximum = 100,
-        .default_ = 10},
-       {.name = "ratio", .type = "number", .minimum = 0, .maximum = 1.5},
-       {.name = "deep", .type = "boolean"},
-       {.name = "kind", .enum_ = {"Any", "file", "FILE", "\u03bb\u03cc\u03b3\u03bf\u03c2", " x"}},
-       {.name = "tags", .type = "array", .items_type = "string"},
-       {.name = "ids", .type = "array", .items_type = "integer"},
-       {.name = "modes", .type = "array", .enum_ = {"fast", "slow"}},
-       {.name = "level", .type = "integer", .enum_ = {"1", "2"}},
-       {.name = "note", .blank_is_value = true}});
-  const ToolSpec branches(
-      "branches", {{"list", {"ls"}}, {"create", {"new", "add"}}, {"delete", {}}},
-      {{.name = "name", .synonyms = {"branch"}, .required_for = {"create", "delete"}},
-       {.name = "base",
-        .required_for = {"create"},
-        .default_ = "main",
-        .action_defaults = {{"create", "HEAD"}, {"list", "x"}, {"list", "all"}}},
-       {.name = "force", .type = "boolean", .default_ = false}},
-      "list");
-  return ToolTable(
-      {search, branches, ToolSpec("run", {{"go", {}}, {"stop", {}}}), ToolSpec("status")});
-}
-
 class ToolBinding : public testing::Test {
  protected:
-  void SetUp() override { set_tools(tools()); }
+  void SetUp() override { set_tools(sample_tools()); }
 };
-
-std::string shown(const NormalizedArguments& admitted) {
-  std::string text = display_form(admitted.arguments());
-  for (const std::string& note : admitted.notes()) text += " | " + note;
-  return text + (admitted.alias_hit() ? " (alias)" : "");
-}
 
 // What admission makes of a request, as one line; the same whether it is copied or handed over, and
 // a request that is only read stays as it was.
 std::string answer(ToolRef tool, const Mapping& request) {
   const Mapping before = request;
-  Mapping handed_over = request;
-  std::string line;
-  std::string moved_line;
-  try {
-    line = shown(normalize_arguments(tool, request));
-  } catch (const ArgumentError& error) {
-    line = "refused: " + std::string(error.message());
-    EXPECT_EQ(std::string(error.what()), std::string(line.c_str()).substr(9));
-  }
-  try {
-    moved_line = shown(normalize_arguments(tool, std::move(handed_over)));
-  } catch (const ArgumentError& error) {
-    moved_line = "refused: " + std::string(error.message());
-  }
-  EXPECT_EQ(line, moved_line);
+  const std::string line = admission(tool, request);
+  EXPECT_EQ(line, admission(tool, Mapping(request)));
   EXPECT_EQ(display_form(request), display_form(before));
   return line;
 }
@@ -290,6 +244,43 @@ TEST_F(ToolBinding, OffersTheNearestName) {
             "refused: Unknown parameter 'x' for status. It takes none.");
 }
 
+// What would break a line or turn its direction is escaped in whatever message shows a value.
+// (Names stand as the client spelt them, and so does an action in the note that it was read.)
+TEST_F(ToolBinding, EscapesWhatWouldBreakALine) {
+  const auto told = [](const std::string& text) {
+    return answer("search", {{"limit", text},
+                             {"ratio", text},
+                             {"deep", text},
+                             {"level", text},
+                             {"kind", text},
+                             {"modes", List{text}},
+                             {"query", List{text}},
+                             {"note", Mapping{{text, 1}}},
+                             {"tags", Mapping{{"k", text}}}}) +
+           answer("branches", {{"action", text}}) + answer("branches", {{"action", List{text}}});
+  };
+  const std::string pattern = told("a@b");
+  EXPECT_EQ(std::count(pattern.begin(), pattern.end(), '@'), 11);
+  constexpr std::pair<char32_t, char32_t> hidden[] = {
+      {0, 0x1F}, {0x7F, 0x9F}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+  for (const auto& [first, last] : hidden) {
+    for (char32_t each = first; each <= last; ++each) {
+      char escape[16];
+      std::snprintf(escape, sizeof escape, each < 0x100 ? "\\x%02x" : "\\u%04x", unsigned(each));
+      if (each == '\t' || each == '\n' || each == '\r') {
+        std::snprintf(escape, sizeof escape, "\\%c", each == '\t' ? 't' : each == '\n' ? 'n' : 'r');
+      }
+      std::string character;
+      append_utf8(character, each);
+      std::string expected;
+      for (const char c : pattern) expected += c == '@' ? std::string(escape) : std::string(1, c);
+      ASSERT_EQ(told("a" + character + "b"), expected);
+      const Mapping clamped{{"query", "x"}, {"limit", "500" + character}};
+      ASSERT_EQ(answer("search", clamped).find(character), std::string::npos);
+    }
+  }
+}
+
 TEST_F(ToolBinding, SettlesTheActionAndWhatItNeeds) {
   expect_answers(
       "branches",
@@ -391,6 +382,12 @@ TEST(HandlerKwargs, AddsTheContextThatTheHandlerTakes) {
     EXPECT_EQ(display_form(handler_kwargs(handler, bound, context)), c.kwargs);
     EXPECT_EQ(handler_kwargs(handler, bound), bound);
   }
+}
+
+TEST(ArgumentError, KeepsAMessageWithAZeroByteWhole) {
+  const ArgumentError error(std::string("a\0b", 3));
+  EXPECT_STREQ(error.what(), "a");
+  EXPECT_EQ(error.message(), std::string_view("a\0b", 3));
 }
 
 TEST(NormalizedArguments, AreEqualByTheirFields) {

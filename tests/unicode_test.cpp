@@ -2,10 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
-#include <functional>
-#include <ostream>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,26 +14,6 @@ namespace {
 
 constexpr char32_t code_point_count = 0x110000;
 
-struct Character {
-  bool printable = true;
-  bool cased = false;
-  bool case_ignorable = false;
-  int digit = -1;
-  char32_t lower = 0;
-  bool operator==(const Character&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Character& character) {
-  return out << "printable " << character.printable << ", cased " << character.cased
-             << ", case-ignorable " << character.case_ignorable << ", digit " << character.digit
-             << ", lower case " << std::hex << static_cast<std::uint32_t>(character.lower);
-}
-
-Character answered(char32_t code_point) {
-  return {is_printable(code_point), is_cased(code_point), is_case_ignorable(code_point),
-          decimal_digit_value(code_point), lower_case_of(code_point)};
-}
-
 TEST(UnicodeTables, WhiteSpaceIsOneFixedSet) {
   constexpr std::u32string_view white_space =
       U"\u0009\u000A\u000B\u000C\u000D\u001C\u001D\u001E\u001F\u0020\u0085\u00A0\u1680\u2000\u2001"
@@ -46,70 +22,6 @@ TEST(UnicodeTables, WhiteSpaceIsOneFixedSet) {
   for (char32_t each = 0; each <= code_point_count; ++each) {
     ASSERT_EQ(is_white_space(each), white_space.find(each) != white_space.npos)
         << std::hex << static_cast<std::uint32_t>(each);
-  }
-}
-
-std::ifstream data_file(const std::string& name) {
-  return std::ifstream(std::string(TOOL_BINDING_UNICODE_DATA_DIR) + "/" + name);
-}
-
-char32_t read_hex(const std::string& digits) {
-  return static_cast<char32_t>(std::stoul(digits, nullptr, 16));
-}
-
-// Calls `use` with each row of a data file: the ends of its range, and its fields without blanks.
-template <typename Use>
-void read_rows(const std::string& name, Use use) {
-  std::ifstream file = data_file(name);
-  for (std::string line; std::getline(file, line);) {
-    std::istringstream row(line.substr(0, line.find('#')));
-    std::vector<std::string> fields;
-    for (std::string field; std::getline(row, field, ';');) {
-      std::erase(field, ' ');
-      fields.push_back(field);
-    }
-    if (fields.size() < 2) continue;
-    const std::size_t dots = fields[0].find("..");
-    use(read_hex(fields[0]), read_hex(dots == line.npos ? fields[0] : fields[0].substr(dots + 2)),
-        fields);
-  }
-}
-
-std::vector<Character> read_characters() {
-  std::vector<Character> characters(code_point_count);
-  for (char32_t each = 0; each < code_point_count; ++each) characters[each].lower = each;
-  read_rows("extracted/DerivedGeneralCategory.txt", [&](auto first, auto last, const auto& fields) {
-    constexpr std::string_view hidden = "Cc Cf Cs Co Cn Zl Zp Zs";
-    for (char32_t each = first; each <= last; ++each) {
-      characters[each].printable = each == U' ' || hidden.find(fields[1]) == hidden.npos;
-    }
-  });
-  read_rows("DerivedCoreProperties.txt", [&](auto first, auto last, const auto& fields) {
-    for (char32_t each = first; each <= last; ++each) {
-      if (fields[1] == "Cased") characters[each].cased = true;
-      if (fields[1] == "Case_Ignorable") characters[each].case_ignorable = true;
-    }
-  });
-  read_rows("UnicodeData.txt", [&](auto code_point, auto, const auto& fields) {
-    if (fields[2] == "Nd") characters[code_point].digit = std::stoi(fields[6]);
-    if (!fields[13].empty()) characters[code_point].lower = read_hex(fields[13]);
-  });
-  return characters;
-}
-
-TEST(UnicodeTables, AgreeWithTheDataForEveryCodePoint) {
-  std::ifstream file = data_file("DerivedCoreProperties.txt");
-  std::string head;
-  if (!std::getline(file, head)) {
-    GTEST_SKIP() << "no Unicode data in " << TOOL_BINDING_UNICODE_DATA_DIR;
-  }
-  if (head != "# DerivedCoreProperties-" + std::string(unicode_version()) + ".txt") {
-    GTEST_SKIP() << "the tables are of Unicode " << unicode_version() << ", not so the data in "
-                 << TOOL_BINDING_UNICODE_DATA_DIR << ": " << head;
-  }
-  const std::vector<Character> characters = read_characters();
-  for (char32_t each = 0; each < code_point_count; ++each) {
-    ASSERT_EQ(answered(each), characters[each]) << std::hex << static_cast<std::uint32_t>(each);
   }
 }
 

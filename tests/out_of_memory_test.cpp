@@ -1,0 +1,118 @@
+// Each allocation of a call is made to fail in turn: std::bad_alloc comes out and nothing else,
+// nothing leaks, what was only lent is as it was, and the next call answers as ever.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+#include "sample_requests.hpp"
+
+namespace {
+
+// The allocations from the `first_failing`th to the `last_failing`th fail.
+struct Memory {
+  std::size_t first_failing = 0;
+  std::size_t last_failing = 0;
+  std::size_t asked = 0;
+  std::size_t live = 0;
+};
+constinit thread_local Memory memory;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  const std::size_t number = ++memory.asked;
+  const bool fails = memory.first_failing <= number && number <= memory.last_failing;
+  void* taken = fails ? nullptr : std::malloc(size);
+  if (taken == nullptr) throw std::bad_alloc();
+  ++memory.live;
+  return taken;
+}
+void operator delete(void* taken) noexcept {
+  if (taken != nullptr) --memory.live;
+  std::free(taken);
+}
+void operator delete(void* taken, std::size_t) noexcept { ::operator delete(taken); }
+
+namespace tool_binding {
+namespace {
+
+void memory_lasts() { memory = {.live = memory.live}; }
+
+// Fails one allocation alone, then it and all that follow.
+template <class Call>
+void expect_bad_alloc_alone(const Call& call) {
+  memory_lasts();
+  call();
+  const std::size_t needed = memory.asked;
+  ASSERT_GT(needed, 0U);
+  const std::size_t live = memory.live;
+  for (std::size_t i = 0; i < 2 * needed; ++i) {
+    const std::size_t failing = i / 2 + 1;
+    memory_lasts();
+    memory.first_failing = failing;
+    memory.last_failing = i % 2 == 0 ? failing : std::numeric_limits<std::size_t>::max();
+    const char* outcome = "an answer";
+    try {
+      call();
+    } catch (const std::bad_alloc&) {
+      outcome = "bad_alloc";
+    } catch (...) {
+      outcome = "another exception";
+    }
+    memory_lasts();
+    ASSERT_STREQ(outcome, "bad_alloc") << failing << " of " << needed;
+    ASSERT_EQ(memory.live, live) << failing << " of " << needed;
+  }
+}
+
+TEST(OutOfMemory, LeavesWhatWasLentAsItWasAndWhatWasHandedOverValid) {
+  set_tools(sample_tools());
+  for (const Request& request : sample_requests()) {
+    SCOPED_TRACE(request.tool + display_form(request.arguments));
+    const Mapping before = request.arguments;
+    const std::string answers = all_answers(request);
+    expect_bad_alloc_alone([&request] { static_cast<void>(all_answers(request)); });
+    EXPECT_EQ(request.arguments, before);
+    EXPECT_EQ(all_answers(request), answers);
+    if (TOOLS.find(request.tool) == nullptr) continue;
+    expect_bad_alloc_alone([&request] {
+      Mapping given;
+      try {
+        given = request.arguments;
+        admission(request.tool, std::move(given));
+        given = request.arguments;
+        static_cast<void>(bind_arguments(request.tool, std::move(given)));
+      } catch (const std::bad_alloc&) {
+        memory.last_failing = 0;
+        EXPECT_FALSE(all_answers({request.tool, given}).empty());
+        given.set("one more", 1);
+        EXPECT_EQ(given.at("one more"), 1);
+        throw;
+      }
+    });
+  }
+}
+
+TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
+  const std::string definitions[] = {
+      json_text(published_tools(sample_tools())),
+      R"({"tools": [{"name": "t", "inputSchema": {"type": "object", "required": ["q"],
+          "properties": {"p": {"type": ["string", "integer"], "format": [{"a": [1e5]}]},
+                         "action": {"enum": ["get"], "default": "put"},
+                         "r": {"enum": ["A", "a"], "default": "b", "x-synonyms": ["s", "p"]}}}},
+         {"name": "t", "inputSchema": 5}]})"};
+  for (const std::string& definition : definitions) {
+    expect_bad_alloc_alone([&definition] {
+      ToolsReading reading = read_tools(parse_json(definition));
+      for (const SchemaProblem& error : reading.errors) EXPECT_FALSE(problem_line(error).empty());
+      const ToolTable table(std::move(reading.tools));
+      EXPECT_EQ(table.empty() ? definition : json_text(published_tools(table)), definition);
+    });
+  }
+}
+
+}  // namespace
+}  // namespace tool_binding
