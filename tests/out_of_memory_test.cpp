@@ -96,6 +96,34 @@ TEST(OutOfMemory, LeavesWhatWasLentAsItWasAndWhatWasHandedOverValid) {
   }
 }
 
+TEST(OutOfMemory, ChangesAMappingWhollyOrNotAtAll) {
+  const std::string text(40, 'x');
+  const auto filled = [&text](int first, int last) {
+    Mapping mapping;
+    for (int i = first; i < last; ++i) mapping.set(text + std::to_string(i), text);
+    return mapping;
+  };
+  const Mapping given[] = {filled(0, 16), filled(10, 42), filled(20, 99)};
+  for (const Mapping& held : given) {
+    for (const Mapping& other : given) {
+      expect_bad_alloc_alone([&] {
+        Mapping assigned = held;
+        Mapping added = held;
+        try {
+          assigned = other;
+          added.set(text, text);
+        } catch (const std::bad_alloc&) {
+          memory.last_failing = 0;
+          EXPECT_EQ(added, held);
+          EXPECT_TRUE(assigned == held || assigned == other);
+          for (const auto& entry : assigned) EXPECT_TRUE(assigned.contains(entry.name()));
+          throw;
+        }
+      });
+    }
+  }
+}
+
 TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
   const std::string definitions[] = {
       json_text(published_tools(sample_tools())),

@@ -139,6 +139,13 @@ TEST(Value, CopiesShareNothingAndMovesLeaveNone) {
   EXPECT_EQ(original, "a text that is too long to stand inline");
 }
 
+TEST(Mapping, MayBeReplacedByAPartOfItself) {
+  Mapping whole{{"a", Mapping{{"b", Mapping{{"c", 1}}}}}};
+  whole = whole.at("a").as_mapping();
+  whole = std::move(whole.find("b")->as_mapping());
+  EXPECT_EQ(whole, (Mapping{{"c", 1}}));
+}
+
 // A list in a mapping in a list ..., the innermost value a leaf.
 Value nested(std::size_t levels, Value leaf) {
   for (std::size_t i = 0; i < levels; ++i) {

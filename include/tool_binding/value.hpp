@@ -411,6 +411,17 @@ class TOOL_BINDING_EXPORT Mapping {
   using const_iterator = std::vector<Entry>::const_iterator;
 
   constexpr Mapping() noexcept = default;
+  Mapping(const Mapping& other) = default;
+  Mapping(Mapping&& other) noexcept = default;
+  // A mapping may be replaced by one that stands inside it.
+  Mapping& operator=(const Mapping& other) { return *this = Mapping(other); }
+  Mapping& operator=(Mapping&& other) noexcept {
+    Mapping taken(std::move(other));
+    entries_.swap(taken.entries_);
+    index_.swap(taken.index_);
+    return *this;
+  }
+  ~Mapping() = default;
   // A repeated name keeps its first position and takes the later value.
   Mapping(std::initializer_list<std::pair<std::string_view, Value>> entries);
 
