@@ -59,7 +59,9 @@ class TOOL_BINDING_EXPORT JsonError : public std::invalid_argument {
 //   an object                       its display_form, as text
 //   a key that is not text          its text_form; two keys may so come to look alike
 //   a surrogate, a stray byte       the escape of its code point (see value.hpp): valid JSON by
-//                                   grammar, but refused by parse_json and other strict readers
+//                                   grammar, but refused by parse_json and other strict readers,
+//                                   save that two side by side that form a pair are read as one
+//                                   character
 //
 // Floats have the shortest digits that read back as the same float, with a point or an exponent,
 // so that every other value reads back as it was.
