@@ -1,0 +1,125 @@
+#!/usr/bin/env python3
+"""Checks that the tests notice when the library is wrong.
+
+Each row of MUTATIONS is a single change that breaks src/. One after the other is made in a scratch
+copy of the tree, built, and must make a test fail. Fails when one survives, does not build, or when
+its old text no longer stands exactly once in its file.
+
+    tools/mutate.py                 all of them (some ten minutes)
+    tools/mutate.py --only trim     those of the files whose name holds this
+    tools/mutate.py --check         only whether the old texts still stand in their files
+"""
+
+import argparse
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+MUTATIONS = [
+    # file below src/, old text, new text
+    ("numbers.cpp", "left_negative ? 0 <=> by_magnitude : by_magnitude", "by_magnitude"),
+    ("numbers.cpp", "magnitude < 1e16", "magnitude <= 1e16"),
+    ("numbers.cpp", "first - point < (negative", "first - point <= (negative"),
+    ("numbers.cpp", "if (after_underscore) return std::nullopt;", ""),
+    ("text/json_array.cpp", "head.value < 0x20 ||", "head.value < 0x1F ||"),
+    ("text/json_array.cpp", "|| is_low_surrogate(code_point))", ")"),
+    ("text/lines.hpp", "&text != &texts.front()", "&text != &texts.back()"),
+    ("text/lower_case.cpp", "if (is_case_ignorable(head.value)) continue;", ""),
+    ("text/lower_case.cpp", "c <= 'Z'", "c < 'Z'"),
+    ("text/similarity.cpp", "size / 100 + 1", "size / 100"),
+    ("text/similarity.cpp", "return left.empty() && !right.empty();", "return right.empty();"),
+    ("text/trim.cpp", "!is_white_space(tail.value)", "tail.value != U' '"),
+    ("tool_binding.cpp", "return !items->empty();", "return true;"),
+    ("tool_binding.cpp", "' was left out: '", "' was dropped: '"),
+    ("tool_binding.cpp", "*bit == 0 || *bit == 1", "*bit >= 0"),
+    ("tool_binding_private.hpp", "NEAR_NAME_CUTOFF_ = 0.6", "NEAR_NAME_CUTOFF_ = 0.61"),
+    ("tool_registry.cpp", "if (trimmed(entry) == entry) add_position", "add_position"),
+    ("tool_registry.cpp", "nearest(name, 0.6)", "nearest(name, 0.7)"),
+    ("tool_schemas.cpp", "given->is_none() || ", ""),
+    ("tool_schemas_doubts.cpp", "!= name || synonym == name", "!= name"),
+    ("tool_schemas_doubts.cpp", "order(param.minimum) < 0", "order(param.minimum) <= 0"),
+    ("tool_schemas_property.cpp", "any_of != nullptr ? 3 : 2", "2"),
+    ("tool_schemas_publish.cpp", "if (!tool.default_action()) required", "required"),
+    ("tool_schemas_read.cpp", "if (general == nullptr) general = unpublished;", ""),
+    ("tool_schemas_read.cpp", "&& !required.contains(name)", ""),
+    ("unicode/tables.cpp", "% row->step != 0", "% row->step > 1"),
+    ("unicode/tables.hpp", "code_point <= 0x1F", "code_point < 0x1F"),
+    ("unicode/utf8.cpp", "value > 0x10FFFF", "value > 0x1FFFFF"),
+    ("utils/text_values.cpp", "array->depth <= deepest_array", "array->depth < deepest_array"),
+    ("utils/text_values.cpp", "(end - run) % 2 == 1", "end > run"),
+    ("value.cpp", "digits10 + 2) {", "digits10 + 1) {"),
+    ("value.cpp", "text.find('\\'') != text.npos && ", ""),
+]
+
+
+def run(*command):
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+
+class Tree:
+    """A scratch copy of the tree with a build of its own."""
+
+    def __init__(self, source, directory, jobs):
+        self.source = directory / "tree"
+        self.build = directory / "build"
+        self.jobs = str(jobs)
+        ignored = shutil.ignore_patterns(".git", "build*", "node_modules")
+        shutil.copytree(source, self.source, ignore=ignored)
+        configured = run("cmake", "-S", self.source, "--preset", "dev", "-B", self.build,
+                         "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF")
+        if configured.returncode != 0:
+            sys.exit(configured.stdout)
+        if self.failure() is not None:
+            sys.exit("the tests must pass before anything is changed: " + self.failure())
+
+    def failure(self):
+        """What fails first: the build, or a test by its name; None when all pass."""
+        built = run("cmake", "--build", self.build, "-j", self.jobs)
+        if built.returncode != 0:
+            return "BUILD\n" + built.stdout
+        tested = run("ctest", "--test-dir", self.build, "-j", self.jobs, "--stop-on-failure",
+                     "--timeout", "120", "--no-tests=error")
+        if tested.returncode == 0:
+            return None
+        failed = re.search(r"^\s*\d+ - (.*) \(.*\)$", tested.stdout, re.MULTILINE)
+        return failed.group(1) if failed else tested.stdout
+
+    def failure_with(self, name, old, new):
+        path = self.source / "src" / name
+        text = path.read_text()
+        path.write_text(text.replace(old, new))
+        try:
+            return self.failure()
+        finally:
+            path.write_text(text)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--only", default="", help="part of a file's name")
+    parser.add_argument("--check", action="store_true", help="build nothing")
+    parser.add_argument("--jobs", type=int, default=2)
+    options = parser.parse_args()
+    root = pathlib.Path(__file__).resolve().parent.parent
+    mutations = [row for row in MUTATIONS if options.only in row[0]]
+    bad = [f"{name}: not exactly once: {old}" for name, old, _ in mutations
+           if (root / "src" / name).read_text().count(old) != 1]
+    if not bad and not options.check:
+        with tempfile.TemporaryDirectory() as directory:
+            tree = Tree(root, pathlib.Path(directory), options.jobs)
+            for name, old, new in mutations:
+                caught_by = tree.failure_with(name, old, new)
+                what = f"{name}: {old!r} -> {new!r}"
+                print(f"{what}: {caught_by or 'SURVIVES'}", flush=True)
+                if caught_by is None or caught_by.startswith("BUILD"):
+                    bad.append("not caught: " + what)
+    print(f"{len(mutations)} changes, {len(bad)} at fault", *bad, sep="\n")
+    return 1 if bad or not mutations else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
