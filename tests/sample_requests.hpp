@@ -5,10 +5,10 @@
 // answers to a request, as text to compare.
 
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "test_data.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_binding/tool_schemas.hpp"
@@ -16,36 +16,15 @@
 namespace tool_binding {
 
 inline ToolTable sample_tools() {
-  const ToolSpec search(
-      "search", {},
-      {{.name = "query", .synonyms = {"q", "pattern"}, .required = true},
-       {.name = "limit",
-        .synonyms = {"n"},
-        .type = "integer",
-        .minimum = 1,
-        .maximum = 100,
-        .default_ = 10},
-       {.name = "ratio", .type = "number", .minimum = 0, .maximum = 1.5},
-       {.name = "deep", .type = "boolean"},
-       {.name = "kind", .enum_ = {"Any", "file", "FILE", "\u03bb\u03cc\u03b3\u03bf\u03c2", " x"}},
-       {.name = "tags", .type = "array", .items_type = "string"},
-       {.name = "ids", .type = "array", .items_type = "integer"},
-       {.name = "modes", .type = "array", .enum_ = {"fast", "slow"}},
-       {.name = "level", .type = "integer", .enum_ = {"1", "2"}},
-       {.name = "note", .blank_is_value = true}});
-  const ToolSpec branches(
-      "branches", {{"list", {"ls"}}, {"create", {"new", "add"}}, {"delete", {}}},
-      {{.name = "name", .synonyms = {"branch"}, .required_for = {"create", "delete"}},
-       {.name = "base",
-        .required_for = {"create"},
-        .default_ = "main",
-        .action_defaults = {{"create", "HEAD"}, {"list", "x"}, {"list", "all"}}},
-       {.name = "force", .type = "boolean", .default_ = false}},
-      "list");
+  std::string json;
+  for (const DataCase& tool : data_cases("sample_tools.txt")) {
+    for (const std::string& line : tool.lines) json += line;
+  }
+  std::vector<ToolSpec> tools = read_tools(parse_json(json)).tools;
   std::vector<ParamSpec> params;
   for (int i = 0; i < 20; ++i) params.push_back({.name = "parameter" + std::to_string(i)});
-  return ToolTable({search, branches, ToolSpec("run", {{"go", {}}, {"stop", {}}}),
-                    ToolSpec("status"), ToolSpec("wide", {}, std::move(params))});
+  tools.emplace_back("wide", std::vector<ActionSpec>(), std::move(params));
+  return ToolTable(std::move(tools));
 }
 
 struct Request {
@@ -54,28 +33,12 @@ struct Request {
 };
 
 inline std::vector<Request> sample_requests() {
-  constexpr std::pair<const char*, std::string_view> given[] = {
-      {"search", R"({"query": "main", "limit": 20})"},
-      {"search", R"({"q": "@", "pattern": 1, "n": "500", "ratio": -1, "deep": " YES"})"},
-      {"search", R"({"query": "@", "kind": "FILE", "level": 2.0, "note": "", "repo": 1})"},
-      {"search", R"({"query": 1e300, "tags": "a, 'b, @', c", "modes": ["FAST", "slow"],
-                     "ids": "[1, 12345678901234567890123, {\"@\": [null, 2.5]}, \"@\"]"})"},
-      {"search", R"({"query": "@", "tags": [[[[["@"], {"@": "@"}]]], "@"], "ids": [[["@"]]]})"},
-      {"search", R"({"query": [["@"]], "limit": "1@", "ratio": [1], "deep": "maybe", "kind": "@",
-                     "modes": ["@", 5], "ids": {"@": []}, "lmit": 1, "action": "@"})"},
-      {"branches", "{}"},
-      {"branches", R"({"action": " LS\n", "force": 0})"},
-      {"branches", R"({"action": "add", "branch": " ", "brunch": 1})"},
-      {"branches", R"({"action": "creat", "force": "x"})"},
-      {"run", "{}"},
-      {"serch", R"({"query": "@"})"},
-  };
   const std::string text(40, 'x');
   std::vector<Request> requests;
-  for (const auto& [tool, json] : given) {
+  for (const DataCase& c : data_cases("sample_requests.txt")) {
     std::string filled;
-    for (const char c : json) filled += c == '@' ? text : std::string(1, c);
-    requests.push_back({tool, parse_json(filled).as_mapping()});
+    for (const char each : c.lines.at(1)) filled += each == '@' ? text : std::string(1, each);
+    requests.push_back({c.lines[0], parse_json(filled).as_mapping()});
   }
   requests.push_back(
       {"search", {{"query", text}, {"ids", std::string(129, '[') + std::string(129, ']')}}});

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <optional>
 #include <string>
@@ -12,12 +10,11 @@
 #include <vector>
 
 #include "print_values.hpp"
+#include "test_data.hpp"
 #include "tool_binding/json.hpp"
 
 namespace tool_binding {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 // Errors, then warnings, each behind its mark.
 Lines problems_of(const ToolsReading& reading) {
@@ -27,45 +24,20 @@ Lines problems_of(const ToolsReading& reading) {
   return lines;
 }
 
-std::vector<std::string> lines_of(const std::string& path) {
-  std::ifstream in(path);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);) {
-    if (!line.starts_with('#')) lines.push_back(line);
-  }
-  lines.push_back("");
-  return lines;
-}
-
-// Every case of schema_problems.txt, which says how it is laid out.
 TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
-  std::string place;
-  std::string around;
-  std::string json;
-  Lines problems;
-  std::size_t cases = 0;
-  for (const std::string& line : lines_of(TOOL_BINDING_TEST_DATA "/schema_problems.txt")) {
-    if (line.starts_with("== ") || line == "==") {
-      place = line.substr(std::min<std::size_t>(3, line.size())) + (line.size() > 3 ? " " : "");
-      around.clear();
-    } else if (around.empty()) {
-      around = line;
-    } else if (line.starts_with("E ") || line.starts_with("W ")) {
-      problems.push_back(line.substr(0, 2) + place + line.substr(2));
-    } else if (!line.empty()) {
-      json = line;
-    } else if (!json.empty()) {
-      SCOPED_TRACE(json);
-      const ToolsReading reading =
-          read_tools(parse_json(std::string(around).replace(around.find('@'), 1, json)));
-      EXPECT_EQ(problems_of(reading), problems);
-      EXPECT_EQ(reading.tools.empty(), !reading.errors.empty());
-      json.clear();
-      problems.clear();
-      ++cases;
-    }
+  const std::vector<DataCase> cases = data_cases("schema_problems.txt");
+  for (const DataCase& c : cases) {
+    SCOPED_TRACE(c.lines[0]);
+    std::string tools = c.section.at(1);
+    tools.replace(tools.find('@'), 1, c.lines[0]);
+    const ToolsReading reading = read_tools(parse_json(tools));
+    Lines problems(c.lines.begin() + 1, c.lines.end());
+    const std::string place = c.section[0].size() > 3 ? c.section[0].substr(3) + " " : "";
+    for (std::string& problem : problems) problem.insert(2, place);
+    EXPECT_EQ(problems_of(reading), problems);
+    EXPECT_EQ(reading.tools.empty(), !reading.errors.empty());
   }
-  EXPECT_GT(cases, 70U);  // the file was found, and read to its end
+  EXPECT_GT(cases.size(), 70U);
 }
 
 ToolTable sample_tools() {
