@@ -94,34 +94,5 @@ TEST(Similarity, IsWhatTheRulesSay) {
   }
 }
 
-TEST(NearestName, IsTheMostSimilarAndOfThoseTheGreatest) {
-  struct Case {
-    std::string_view given;
-    std::vector<std::string_view> candidates;
-    std::optional<std::string_view> expected;
-  };
-  for (Case c : std::vector<Case>{
-           {"x", {}, std::nullopt},
-           {"qurey", {"limit", "query", "q"}, "query"},
-           {"qq", {"query", "q", "limit"}, "q"},
-           {"abcd", {"abce", "abcf", "abca"}, "abcf"},
-           {"abcd", {"abcd", "abcz"}, "abcd"},
-           {"ab", {"abab", "b", "ba"}, "b"},
-           {"ab", {"abab", "a"}, "abab"},
-           {"abcde", {"abcxy", "abxyz"}, "abcxy"},
-           {"abcde", {"abxyz"}, std::nullopt},
-           {"", {"", "a"}, ""},
-           {"abcd", {"abc\xFF", "abc\xEE\x80\x80"}, "abc\xEE\x80\x80"},  // U+DCFF, U+E000
-       }) {
-    SCOPED_TRACE(c.given);
-    for (int order = 0; order < 2; ++order) {
-      NearestName nearest(c.given, 0.6);
-      for (const std::string_view candidate : c.candidates) nearest.offer(candidate);
-      EXPECT_EQ(nearest.best(), c.expected);
-      std::reverse(c.candidates.begin(), c.candidates.end());
-    }
-  }
-}
-
 }  // namespace
 }  // namespace tool_binding
