@@ -182,6 +182,10 @@ TEST_F(ToolBinding, AnswersDefaultsByAction) {
   EXPECT_EQ(action_default("branches", "base", "LIST"), "main");
   EXPECT_EQ(action_default("search", "n", "x"), 10);
   EXPECT_EQ(action_default("branches", "branch", "list"), Value());
+  const ParamSpec twice{.name = "p", .action_defaults = {{"go", 1}, {"go", 2}}};
+  set_tools(ToolTable({ToolSpec("twice", {{"go"}}, {twice})}));
+  EXPECT_EQ(action_default("twice", "p", "go"), 2);
+  set_tools(sample_tools());
   try {
     static_cast<void>(action_default("search", "it's", "x"));
     FAIL();

@@ -43,6 +43,7 @@ TEST(ToolSpec, FindsDeclaredNamesBeforeSynonymsAndEarlierOnesFirst) {
     ASSERT_EQ(action != nullptr, name != nullptr) << display_form(value);
     EXPECT_TRUE(action == nullptr || action->name == name) << display_form(value);
   }
+  EXPECT_THROW(ToolSpec("t", {}, {{.name = "p"}, {.name = "p"}}), std::invalid_argument);
   EXPECT_EQ(tool.unknown_action_error(List{"it's"}),
             "tickets has no action [\"it's\"]: it has list, Open, new, \u03a3top");
 }
