@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <span>
 #include <string_view>
 #include <utility>
 
@@ -58,21 +57,32 @@ struct MappingAccess {
     }
   }
 
-  // Moves the entries up to `places`, and copies those of `defaults` to the others. Preconditions:
-  // the mapping has no index, the places ascend, and of the defaults nothing stands on the heap, so
-  // that they are their bytes.
-  static void spread(Mapping& mapping, std::span<const std::size_t> places,
-                     const Mapping& defaults) {
+  // Whether the names in the mapping are some of those in `all`, in the same order. Of a name that
+  // stands on the heap it answers no.
+  [[nodiscard]] static bool is_part_of(const Mapping& mapping, const Mapping& all) noexcept {
+    auto place = all.entries_.begin();
+    for (const Mapping::Entry& entry : mapping.entries_) {
+      while (place != all.entries_.end() && !Value::same_bytes(place->key_, entry.key_)) ++place;
+      if (place == all.entries_.end()) return false;
+      ++place;
+    }
+    return true;
+  }
+
+  // Adds the entries that are missing, each in its place. Preconditions: the mapping is part of
+  // `all` and has no index unless nothing is missing, and of `all` nothing stands on the heap, so
+  // that the entries are their bytes.
+  static void complete(Mapping& mapping, const Mapping& all) {
     auto& entries = mapping.entries_;
-    const auto& others = defaults.entries_;
-    const auto put = [](Mapping::Entry& to, const Mapping::Entry& from) {
-      to.key_.bytes_ = from.key_.bytes_;
-      to.value.bytes_ = from.value.bytes_;
-    };
-    entries.insert(entries.end(), others.begin() + std::ssize(places), others.end());
-    for (std::size_t i = places.size(); i-- > 0 && places[i] != i;) {
-      put(entries[places[i]], entries[i]);
-      put(entries[i], others[i]);
+    const auto& others = all.entries_;
+    std::size_t left = entries.size();
+    entries.insert(entries.end(), others.begin() + std::ssize(entries), others.end());
+    for (std::size_t place = others.size(); place-- > left;) {
+      const bool is_there =
+          left > 0 && Value::same_bytes(entries[left - 1].key_, others[place].key_);
+      const Mapping::Entry& from = is_there ? entries[--left] : others[place];
+      entries[place].key_.bytes_ = from.key_.bytes_;
+      entries[place].value.bytes_ = from.value.bytes_;
     }
   }
   [[nodiscard]] static bool owns_heap(const Mapping::Entry& entry) noexcept {

@@ -78,10 +78,12 @@ void Normalizing_::take(const Value& key, Argument_ argument) {
   if (!param.blank_is_value && is_blank_text(value)) return;
   if (!is_declared && !_read_synonym(param, name)) return;
   Value coerced = param.admits(value) ? argument.take() : _coerced(param, argument);
-  if (!coerced.is_none()) {
+  if (coerced.is_none()) {
+    if (is_declared) _named.insert(param.spec.name);
+  } else if (alias_hit) {
     MappingAccess::set(arguments, param.key, std::move(coerced));
-  } else if (is_declared) {
-    _named.insert(param.spec.name);
+  } else {  // a declared name, as all before it, and none comes twice
+    MappingAccess::append(arguments, param.key, std::move(coerced));
   }
 }
 
@@ -120,12 +122,11 @@ void Normalizing_::_take_action(const Value& value) {
 
 void Normalizing_::_unknown_parameter(std::string_view name) {
   const auto near = _nearest(name, index_.name_candidates);
-  if (!near || near->empty()) {
+  if (!near) {
     return _problem({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
   }
-  const ParamSpec* param = spec.param(*near);
-  _problem({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '",
-            param != nullptr ? param->name : *near, "'?", index_.takes});
+  _problem({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '", *near, "'?",
+            index_.takes});
 }
 
 // Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
@@ -232,8 +233,11 @@ std::string _unknown_action(const ToolSpec& spec, const Value& action) {
 std::optional<std::string_view> _nearest(std::string_view name,
                                          std::span<const NameCandidate> candidates) {
   NearestName nearest(name, NEAR_NAME_CUTOFF_);
-  for (const NameCandidate& candidate : candidates) nearest.offer(candidate);
-  return nearest.best();
+  std::optional<std::string_view> declared;
+  for (const NameCandidate& candidate : candidates) {
+    if (nearest.offer(candidate)) declared = candidate.declared;
+  }
+  return declared;
 }
 
 std::optional<std::string> missing_arguments(std::string_view tool,
@@ -250,9 +254,9 @@ void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
   const bool is_named = action && !action->empty();
   for (const ParamIndex* index : ToolIndex::of(spec).needed) {
     const ParamSpec& param = index->spec;
-    if (!param.required_by(action)) continue;
     const Value* value = MappingAccess::find(arguments, index->key);
     if (value != nullptr && _given(param, *value)) continue;
+    if (!param.required_by(action)) continue;
     if (is_named) {
       add_line(problems, {spec.name(), " '", *action, "' needs '", param.name, "'"});
     } else {
@@ -388,15 +392,11 @@ Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
 // Binds arguments in the order of declaration, as clients tend to send them, where they stand: each
 // moves up to its place, and defaults take the others. Of any other arguments it answers no.
 bool bound_in_place(const ToolIndex& index, Mapping& arguments) {
-  if (!index.binds_in_place || MappingAccess::is_indexed(arguments)) return false;
-  std::array<std::size_t, ToolIndex::few> places;
-  std::size_t count = 0;
-  for (const Mapping::Entry& entry : arguments) {
-    const auto place = index.place_of(entry.key());
-    if (!place || (count > 0 && *place <= places[count - 1])) return false;
-    places[count++] = *place;
-  }
-  MappingAccess::spread(arguments, std::span(places).first(count), index.defaults);
+  const bool is_whole = arguments.size() == index.defaults.size();
+  const bool can_grow = index.binds_in_place && !MappingAccess::is_indexed(arguments);
+  if (!is_whole && !can_grow) return false;
+  if (!MappingAccess::is_part_of(arguments, index.defaults)) return false;
+  if (!is_whole) MappingAccess::complete(arguments, index.defaults);
   return true;
 }
 

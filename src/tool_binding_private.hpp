@@ -92,8 +92,8 @@ class Normalizing_ {
 };
 
 [[nodiscard]] std::string _unknown_action(const ToolSpec& spec, const Value& action);
-// The candidate most similar to `name`, the greatest by code point of equally similar ones; nothing
-// when none reaches NEAR_NAME_CUTOFF_. Valid as long as the candidates are.
+// The declared name of the candidate most similar to `name`, the greatest by code point of equally
+// similar ones; nothing when none reaches NEAR_NAME_CUTOFF_. Valid as long as the candidates are.
 [[nodiscard]] std::optional<std::string_view> _nearest(std::string_view name,
                                                        std::span<const NameCandidate> candidates);
 // Adds a line to `problems` for each parameter that the action needs and the arguments lack.

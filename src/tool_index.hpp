@@ -66,14 +66,6 @@ struct ToolIndex {
   [[nodiscard]] std::size_t room_for(std::size_t arguments) const noexcept {
     return binds_in_place ? defaults.size() : std::min(arguments, params.size()) + 1;
   }
-  // The place among the defaults that an argument of that name is bound to.
-  [[nodiscard]] std::optional<std::size_t> place_of(const Value& argument) const noexcept {
-    const NameTable::Entry& entry = names.find(argument);
-    if (entry.is_declared) return entry.param->place;
-    if (entry.meaning == NameMeaning::action && binds_action) return 0;
-    return std::nullopt;
-  }
-
   // Lives as long as any copy of the spec.
   [[nodiscard]] static const ToolIndex& of(const ToolSpec& spec) noexcept { return *spec.record_; }
 

@@ -107,15 +107,16 @@ ParamIndex index_of(const ParamSpec& param, std::size_t place) {
 
 // The routing names and the action's are read as such even where a parameter has that name, which
 // binding still finds.
-NameTable names_of(const ToolIndex& tool) {
-  NameTable names(tool.name_candidates.size() + ROUTING_PARAMS_.size() + 1);
+void work_out_names(ToolIndex& tool) {
+  NameTable& names = tool.names =
+      NameTable(tool.param_positions.size() + ROUTING_PARAMS_.size() + 1);
   for (const Mapping::Entry& entry : tool.param_positions) {
     const ParamIndex& param = tool.param_index[static_cast<std::size_t>(entry.value.get_int64())];
     names.at(entry.key()) = {entry.key(), &param, NameMeaning::param, param.key == entry.key()};
+    tool.name_candidates.emplace_back(entry.name(), param.spec.name);
   }
   for (const std::string_view name : ROUTING_PARAMS_) names.at(name).meaning = NameMeaning::routing;
   names.at(ACTION_PARAM).meaning = NameMeaning::action;
-  return names;
 }
 
 // Points into what was declared, which from here on stays where it is.
@@ -128,9 +129,6 @@ void work_out(ToolIndex& tool) {
   if (tool.binds_action) tool.defaults.set(ACTION_PARAM, Value());
   tool.param_index.reserve(tool.params.size());
   for (const ParamSpec& param : tool.params) {
-    tool.name_candidates.emplace_back(param.name);
-    tool.name_candidates.insert(tool.name_candidates.end(), param.synonyms.begin(),
-                                param.synonyms.end());
     const bool takes_action = param.name == ACTION_PARAM;
     if (takes_action) tool.binds_action = false;
     tool.param_index.push_back(
@@ -141,7 +139,7 @@ void work_out(ToolIndex& tool) {
     }
   }
   tool.param_positions = positions_of(tool.params, unchanged);
-  tool.names = names_of(tool);
+  work_out_names(tool);
   tool.binds_in_place =
       tool.defaults.size() <= ToolIndex::few &&
       std::none_of(tool.defaults.begin(), tool.defaults.end(), MappingAccess::owns_heap);

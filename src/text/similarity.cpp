@@ -38,7 +38,7 @@ double ratio_of(const Pair& texts, double threshold, const LongestBlock& longest
   std::array<Pair, 64> waiting;
   std::size_t count = 0;
   if (possible > 0) waiting[count++] = texts;
-  const double least = NearestName::least_matched(threshold, total);
+  const double least = NearestName::least_matched(threshold, static_cast<double>(total));
   while (count > 0 && static_cast<double>(possible) >= least) {
     const Pair pair = waiting[--count];
     const Block block = longest_block(pair);
@@ -146,23 +146,31 @@ struct NearestName::Whole {
 
 NearestName::~NearestName() = default;
 
-NearestName::NearestName(std::string_view given, double cutoff) noexcept
-    : given_(given), threshold_(cutoff) {
-  for (; !given.empty() && size_ < short_size; ++size_) {
+NearestName::NearestName(std::string_view given, double cutoff) noexcept : given_(given) {
+  std::size_t size = 0;
+  for (Positions bit = 1; !given.empty() && bit != 0; bit <<= 1, ++size) {
     const CodePoint head = first_code_point(given);
-    if (head.value < 128) ascii_positions_[head.value] |= Positions{1} << size_;
-    characters_[size_] = head.value;
+    if (head.value < 128) ascii_positions_[head.value] |= bit;
     given.remove_prefix(head.size);
   }
-  size_ += count_code_points(given);
+  size_ = static_cast<double>(given.empty() ? size : size + count_code_points(given));
+  set_threshold(cutoff);
 }
 
-void NearestName::compare(std::string_view candidate) {
+void NearestName::set_threshold(double threshold) noexcept {
+  threshold_ = threshold;
+  const double least = least_matched(threshold, 1);
+  least_size_ = size_ * least / (1 - least);
+  most_size_ = size_ * (1 - least) / least;  // not a number, which rules nothing out, at worst
+}
+
+bool NearestName::compare(std::string_view candidate) {
   const double similarity = similarity_to(candidate);
-  if (!(similarity >= threshold_)) return;
-  if (best_ && similarity == threshold_ && !less_by_code_point(*best_, candidate)) return;
+  if (!(similarity >= threshold_)) return false;
+  if (best_ && similarity == threshold_ && !less_by_code_point(*best_, candidate)) return false;
   best_ = candidate;
-  threshold_ = similarity;
+  set_threshold(similarity);
+  return true;
 }
 
 double NearestName::similarity_to(std::string_view candidate) {
@@ -175,23 +183,25 @@ double NearestName::similarity_to(std::string_view candidate) {
     rows[count] = positions_of(head.value);
     rest.remove_prefix(head.size);
   }
-  return ratio_of({0, count, 0, size_}, threshold_,
+  return ratio_of({0, count, 0, static_cast<std::size_t>(size_)}, threshold_,
                   [&rows](const Pair& pair) { return longest_short_block(pair, rows); });
 }
 
-NearestName::Positions NearestName::positions_of(char32_t character) const noexcept {
-  if (character < 128) return ascii_positions_[character];
+NearestName::Positions NearestName::positions_beyond_ascii(char32_t character) const noexcept {
   Positions positions = 0;
-  for (std::size_t i = 0; i < size_; ++i) {
-    positions |= Positions{characters_[i] == character} << i;
+  Positions bit = 1;
+  for (std::string_view rest = given_; !rest.empty(); bit <<= 1) {
+    const CodePoint head = first_code_point(rest);
+    if (head.value == character) positions |= bit;
+    rest.remove_prefix(head.size);
   }
   return positions;
 }
 
 double NearestName::similarity_to_long(std::string_view candidate) {
   const std::u32string characters = code_points(candidate);
-  const Pair whole{0, characters.size(), 0, size_};
   if (whole_ == nullptr) whole_ = std::make_unique<Whole>(given_);
+  const Pair whole{0, characters.size(), 0, whole_->characters.size()};
   LongTexts texts{characters, whole_->characters, {}};
   texts.rows.reserve(characters.size());
   for (const char32_t character : characters) {

@@ -31,14 +31,17 @@ namespace tool_binding {
 
 // A name that may be the nearest, and what is known of it beforehand. A view; made in linear time.
 struct NameCandidate {
-  NameCandidate(std::string_view name) noexcept
+  NameCandidate(std::string_view name, std::string_view declared_name) noexcept
       : text(name),
-        size(count_code_points(name)),
+        declared(declared_name),
+        size(static_cast<double>(count_code_points(name))),
         is_ascii(std::all_of(name.begin(), name.end(), [](char c) { return (c & 0x80) == 0; })) {}
+  NameCandidate(std::string_view name) noexcept : NameCandidate(name, name) {}
   NameCandidate(const std::string& name) noexcept : NameCandidate(std::string_view(name)) {}
 
   std::string_view text;
-  std::size_t size;  // in characters
+  std::string_view declared;  // what the name stands for
+  double size;                // in characters
   bool is_ascii;
 };
 
@@ -59,9 +62,9 @@ class NearestName {
   // Constant time where the lengths rule the candidate out, as those of a very long given name and
   // an ordinary candidate do; one pass over most other candidates that are not near. Between long
   // names, each block found costs at most the characters of the candidate times the most
-  // occurrences in the given name of a character that is not popular.
-  void offer(const NameCandidate& candidate) {
-    if (!ruled_out(candidate)) compare(candidate.text);
+  // occurrences in the given name of a character that is not popular. Whether it is the best now.
+  bool offer(const NameCandidate& candidate) {
+    return !ruled_out(candidate) && compare(candidate.text);
   }
 
   // The most similar candidate that qualifies, of equally similar ones the greatest by code point,
@@ -72,8 +75,8 @@ class NearestName {
 
   // If less than this matches of two texts of so many characters, they are less similar than the
   // threshold, by more than any rounding.
-  [[nodiscard]] static double least_matched(double threshold, std::size_t total) noexcept {
-    return threshold * (0.5 - 1e-9) * static_cast<double>(total);
+  [[nodiscard]] static double least_matched(double threshold, double total) noexcept {
+    return threshold * (0.5 - 1e-9) * total;
   }
 
  private:
@@ -85,8 +88,7 @@ class NearestName {
   // which all that matches is one of. `open` loses one bit for each character of it (H. Hyyrö,
   // "Bit-parallel LCS-length computation revisited", 2004).
   [[nodiscard]] bool ruled_out(const NameCandidate& candidate) const noexcept {
-    const double least = least_matched(threshold_, candidate.size + size_);
-    if (static_cast<double>(std::min(candidate.size, size_)) < least) return true;
+    if (candidate.size < least_size_ || candidate.size > most_size_) return true;
     if (size_ > short_size || !candidate.is_ascii) return false;
     Positions open = ~Positions{0};
     for (const char character : candidate.text) {
@@ -95,22 +97,28 @@ class NearestName {
     }
     int common = 0;
     for (Positions closed = ~open; closed != 0; closed &= closed - 1) ++common;
-    return common < least;
+    return common < least_matched(threshold_, candidate.size + size_);
   }
-  void compare(std::string_view candidate);
+  void set_threshold(double threshold) noexcept;
+  [[nodiscard]] bool compare(std::string_view candidate);
   // Both answer the similarity, or a number that is below the threshold too.
   [[nodiscard]] double similarity_to(std::string_view candidate);
   [[nodiscard]] double similarity_to_long(std::string_view candidate);
-  [[nodiscard]] Positions positions_of(char32_t character) const noexcept;
+  [[nodiscard]] Positions positions_of(char32_t character) const noexcept {
+    return character < 128 ? ascii_positions_[character] : positions_beyond_ascii(character);
+  }
+  [[nodiscard]] Positions positions_beyond_ascii(char32_t character) const noexcept;
 
   std::string_view given_;
-  std::size_t size_ = 0;  // of the given name, in characters
+  double size_;  // of the given name, in characters
   double threshold_;
+  // The sizes of candidates that reach the threshold if all of the shorter name matches.
+  double least_size_;
+  double most_size_;
   std::optional<std::string_view> best_;
 
-  // The first characters of the given name: all of a short one.
+  // In the first characters of the given name, which are all of a short one.
   std::array<Positions, 128> ascii_positions_{};
-  std::array<char32_t, short_size> characters_;
 
   // The whole given name, read when the first candidate needs it.
   struct Whole;
