@@ -20,6 +20,7 @@ import tempfile
 
 MUTATIONS = [
     # file below src/, old text, new text
+    ("mapping_access.hpp", "entries[--left]", "entries[left - 1]"),
     ("numbers.cpp", "left_negative ? 0 <=> by_magnitude : by_magnitude", "by_magnitude"),
     ("numbers.cpp", "magnitude < 1e16", "magnitude <= 1e16"),
     ("numbers.cpp", "first - point < (negative", "first - point <= (negative"),
@@ -29,11 +30,13 @@ MUTATIONS = [
     ("text/lines.hpp", "&text != &texts.front()", "&text != &texts.back()"),
     ("text/lower_case.cpp", "if (is_case_ignorable(head.value)) continue;", ""),
     ("text/lower_case.cpp", "c <= 'Z'", "c < 'Z'"),
+    ("text/similarity.cpp", "most_size_ = size_ * (1 - least) / least", "most_size_ = size_"),
     ("text/similarity.cpp", "size / 100 + 1", "size / 100"),
     ("text/similarity.cpp", "return left.empty() && !right.empty();", "return right.empty();"),
     ("text/trim.cpp", "!is_white_space(tail.value)", "tail.value != U' '"),
     ("tool_binding.cpp", "return !items->empty();", "return true;"),
     ("tool_binding.cpp", "' was left out: '", "' was dropped: '"),
+    ("tool_binding.cpp", "} else if (alias_hit) {", "} else if (false) {"),
     ("tool_binding.cpp", "*bit == 0 || *bit == 1", "*bit >= 0"),
     ("tool_binding_private.hpp", "NEAR_NAME_CUTOFF_ = 0.6", "NEAR_NAME_CUTOFF_ = 0.61"),
     ("tool_registry.cpp", "if (trimmed(entry) == entry) add_position", "add_position"),
