@@ -34,6 +34,8 @@ TEST(SplitCsv, SplitsTextAndReadsJsonArrays) {
       {"[123456789012345678901234567890, 1e400, -1E-400]",
        "[123456789012345678901234567890, inf, -0.0]"},
       {"[1, 2,]", "['1', '2']"},
+      {"[1, \"\x1f\"]", "['1', '\\x1f']"},  // no JSON, as the next
+      {"[1, \"\\udc00\"]", "['1', '\\\\udc00']"},
   };
   for (const auto& c : cases) EXPECT_EQ(display_form(split_csv(c.text)), c.shown) << c.text;
 }

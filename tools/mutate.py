@@ -23,7 +23,7 @@ MUTATIONS = [
     ("mapping_access.hpp", "entries[--left]", "entries[left - 1]"),
     ("numbers.cpp", "left_negative ? 0 <=> by_magnitude : by_magnitude", "by_magnitude"),
     ("numbers.cpp", "magnitude < 1e16", "magnitude <= 1e16"),
-    ("numbers.cpp", "first - point < (negative", "first - point <= (negative"),
+    ("numbers.cpp", "negative ? -moved : moved", "negative ? moved : -moved"),
     ("numbers.cpp", "if (after_underscore) return std::nullopt;", ""),
     ("text/json_array.cpp", "head.value < 0x20 ||", "head.value < 0x1F ||"),
     ("text/json_array.cpp", "|| is_low_surrogate(code_point))", ")"),
