@@ -99,6 +99,7 @@ TEST(Value, KindsKeepApart) {
       EXPECT_EQ(copy, value);
     }
   }
+  EXPECT_EQ(Value(values[4].get_integer()), values[4]);
   EXPECT_THROW(static_cast<void>(values[4].as_int64()), std::overflow_error);
   EXPECT_THROW(Value::integer_of("1_0"), std::invalid_argument);
   EXPECT_THROW(Value(std::shared_ptr<Object>()), std::invalid_argument);
