@@ -75,14 +75,18 @@ struct MappingAccess {
   static void complete(Mapping& mapping, const Mapping& all) {
     auto& entries = mapping.entries_;
     const auto& others = all.entries_;
-    std::size_t left = entries.size();
+    const std::size_t size = entries.size();
     entries.insert(entries.end(), others.begin() + std::ssize(entries), others.end());
-    for (std::size_t place = others.size(); place-- > left;) {
-      const bool is_there =
-          left > 0 && Value::same_bytes(entries[left - 1].key_, others[place].key_);
-      const Mapping::Entry& from = is_there ? entries[--left] : others[place];
-      entries[place].key_.bytes_ = from.key_.bytes_;
-      entries[place].value.bytes_ = from.value.bytes_;
+    const Mapping::Entry* const first = entries.data();
+    const Mapping::Entry* left = first + size;
+    Mapping::Entry* place = entries.data() + others.size();
+    for (const Mapping::Entry* other = others.data() + others.size(); place != left;) {
+      --place;
+      --other;
+      const bool is_there = left != first && Value::same_bytes(left[-1].key_, other->key_);
+      const Mapping::Entry* const from = is_there ? --left : other;
+      place->key_.bytes_ = from->key_.bytes_;
+      place->value.bytes_ = from->value.bytes_;
     }
   }
   [[nodiscard]] static bool owns_heap(const Mapping::Entry& entry) noexcept {

@@ -196,7 +196,8 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
 }
 
 const Value* Normalizing_::_action() {
-  const Value* named = MappingAccess::find(arguments, index_.action_key);
+  const Value* named =
+      index_.has_action ? MappingAccess::find(arguments, index_.action_key) : nullptr;
   if (named != nullptr || _action_refused) return named;
   const std::string* action = effective_action_(spec, nullptr);
   if (action != nullptr) return &arguments.set(index_.action_key, *action);

@@ -87,6 +87,7 @@ struct ToolIndex {
   std::vector<ParamIndex> param_index = {};
   // What binding gives a request without arguments: the action as none, then every default.
   Mapping defaults = {};
+  bool has_action = false;      // the tool has actions, or a parameter takes their name
   bool binds_action = false;    // into the first entry; not if a parameter of that name takes it
   bool binds_in_place = false;  // few defaults, none of which needs memory to be copied
   // Those that some action, or every request, needs.

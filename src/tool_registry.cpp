@@ -138,6 +138,7 @@ void work_out(ToolIndex& tool) {
       tool.needed.push_back(&tool.param_index.back());
     }
   }
+  tool.has_action = tool.defaults.contains(ACTION_PARAM);
   tool.param_positions = positions_of(tool.params, unchanged);
   work_out_names(tool);
   tool.binds_in_place =

@@ -20,7 +20,7 @@ import tempfile
 
 MUTATIONS = [
     # file below src/, old text, new text
-    ("mapping_access.hpp", "entries[--left]", "entries[left - 1]"),
+    ("mapping_access.hpp", "? --left : other", "? left - 1 : other"),
     ("numbers.cpp", "left_negative ? 0 <=> by_magnitude : by_magnitude", "by_magnitude"),
     ("numbers.cpp", "magnitude < 1e16", "magnitude <= 1e16"),
     ("numbers.cpp", "negative ? -moved : moved", "negative ? moved : -moved"),
@@ -41,6 +41,7 @@ MUTATIONS = [
     ("tool_binding_private.hpp", "NEAR_NAME_CUTOFF_ = 0.6", "NEAR_NAME_CUTOFF_ = 0.61"),
     ("tool_registry.cpp", "if (trimmed(entry) == entry) add_position", "add_position"),
     ("tool_registry.cpp", "nearest(name, 0.6)", "nearest(name, 0.7)"),
+    ("tool_registry.cpp", "tool.defaults.contains(ACTION_PARAM)", "tool.binds_action"),
     ("tool_schemas.cpp", "given->is_none() || ", ""),
     ("tool_schemas_doubts.cpp", "!= name || synonym == name", "!= name"),
     ("tool_schemas_doubts.cpp", "order(param.minimum) < 0", "order(param.minimum) <= 0"),
