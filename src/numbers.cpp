@@ -222,7 +222,7 @@ bool is_whole(double number) noexcept {
   return std::isfinite(number) && std::trunc(number) == number;
 }
 
-void append_integer(std::string& out, Integer integer) {
+void append_integer(std::string& out, const Integer& integer) {
   if (!integer.fits_int64()) {
     out += integer.digits();
     return;

@@ -39,7 +39,7 @@ namespace tool_binding {
 [[nodiscard]] bool is_whole(double number) noexcept;
 
 // Appends a number as display_form shows it.
-void append_integer(std::string& out, Integer integer);
+void append_integer(std::string& out, const Integer& integer);
 void append_float(std::string& out, double number);
 
 }  // namespace tool_binding

@@ -89,7 +89,7 @@ void Normalizing_::take(const Value& key, Argument_ argument) {
 
 void Normalizing_::_note(Pieces pieces) {
   if (notes.empty()) notes.reserve(4);
-  notes.push_back(line_of(pieces));
+  append(notes.emplace_back(), pieces);
 }
 
 void Normalizing_::_problem(Pieces pieces) { add_line(problems, pieces); }
@@ -250,7 +250,7 @@ std::optional<std::string> missing_arguments(std::string_view tool,
   return problems;
 }
 
-void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
+void _missing(const ToolSpec& spec, const std::optional<std::string_view>& action,
               const Mapping& arguments, std::string& problems) {
   const bool is_named = action && !action->empty();
   for (const ParamIndex* index : ToolIndex::of(spec).needed) {

@@ -97,7 +97,7 @@ class Normalizing_ {
 [[nodiscard]] std::optional<std::string_view> _nearest(std::string_view name,
                                                        std::span<const NameCandidate> candidates);
 // Adds a line to `problems` for each parameter that the action needs and the arguments lack.
-void _missing(const ToolSpec& spec, std::optional<std::string_view> action,
+void _missing(const ToolSpec& spec, const std::optional<std::string_view>& action,
               const Mapping& arguments, std::string& problems);
 [[nodiscard]] bool _given(const ParamSpec& param, const Value& value) noexcept;
 

@@ -151,7 +151,7 @@ void work_out(ToolIndex& tool) {
 
 }  // namespace
 
-bool ParamSpec::required_by(std::optional<std::string_view> action) const noexcept {
+bool ParamSpec::required_by(const std::optional<std::string_view>& action) const noexcept {
   return required || (action && std::find(required_for.begin(), required_for.end(), *action) !=
                                     required_for.end());
 }

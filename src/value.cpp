@@ -50,7 +50,7 @@ std::string_view kind_name(Kind kind) noexcept {
 
 // Construction.
 
-Value::Value(Integer integer) {
+Value::Value(const Integer& integer) {
   if (integer.fits_int64()) {
     set_payload(Tag::small_integer, integer.int64());
   } else {

@@ -61,7 +61,7 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   std::string description = {};
 
   // Whether a request that runs `action` (nothing: a tool without actions) needs the parameter.
-  [[nodiscard]] bool required_by(std::optional<std::string_view> action) const noexcept;
+  [[nodiscard]] bool required_by(const std::optional<std::string_view>& action) const noexcept;
 
   friend bool operator==(const ParamSpec&, const ParamSpec&) = default;
 };

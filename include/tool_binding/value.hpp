@@ -123,13 +123,13 @@ class TOOL_BINDING_EXPORT Value {
       *this = integer_of(std::to_string(integer));
     }
   }
-  Value(Integer integer);
+  Value(const Integer& integer);
   template <std::floating_point T>
   requires(sizeof(T) <= sizeof(double)) Value(T number)
   noexcept { set_payload(Tag::float_, double{number}); }
   Value(std::string_view text) {
     if (text.size() <= inline_capacity) {
-      set_inline_text(text);
+      bytes_ = inline_bytes(text);
     } else {
       set_heap_text(Tag::heap_text, text);
     }
@@ -323,14 +323,9 @@ class TOOL_BINDING_EXPORT Value {
     std::memcpy(bytes_.data(), &content, payload_size);
     bytes_[inline_capacity] = static_cast<char>(tag);
   }
-  void set_inline_text(std::string_view text) noexcept {
-    bytes_ = short_bytes(text);
-    bytes_[inline_capacity] =
-        static_cast<char>(static_cast<std::size_t>(Tag::inline_text) + text.size());
-  }
-  // Text of up to 15 bytes, followed by zeros. It is put together in registers from loads of fixed
+  // Text of up to 15 bytes, zeros and its tag. It is put together in registers from loads of fixed
   // size that may overlap, which is several times faster than a copy of variable size.
-  static std::array<char, 16> short_bytes(std::string_view text) noexcept;
+  static std::array<char, 16> inline_bytes(std::string_view text) noexcept;
 
   const Value& require(bool is_kind, Kind kind) const {
     if (!is_kind) throw_wrong_kind(kind);
@@ -350,20 +345,23 @@ class TOOL_BINDING_EXPORT Value {
   alignas(std::uint64_t) std::array<char, 16> bytes_ = {};
 };
 
-inline std::array<char, 16> Value::short_bytes(std::string_view text) noexcept {
+inline std::array<char, 16> Value::inline_bytes(std::string_view text) noexcept {
   const std::size_t size = text.size();
-  std::array<char, 16> bytes = {};
+  const std::uint64_t tag = static_cast<std::uint64_t>(Tag::inline_text) + size;
   if constexpr (std::endian::native != std::endian::little) {
+    std::array<char, 16> bytes = {};
     for (std::size_t i = 0; i < size; ++i) bytes[i] = text[i];
+    bytes[inline_capacity] = static_cast<char>(tag);
     return bytes;
   }
   const auto load = [&text]<class Word>(std::size_t position, Word word) -> std::uint64_t {
     std::memcpy(&word, text.data() + position, sizeof word);
     return word;
   };
-  std::array<std::uint64_t, 2> words = {};
+  std::array<std::uint64_t, 2> words = {0, tag << 56};
   if (size > 8) {
-    words = {load(0, std::uint64_t{}), load(size - 8, std::uint64_t{}) >> (8 * (16 - size))};
+    words[0] = load(0, std::uint64_t{});
+    words[1] |= load(size - 8, std::uint64_t{}) >> (8 * (16 - size));
   } else if (size >= 4) {
     words[0] = load(0, std::uint32_t{}) | load(size - 4, std::uint32_t{}) << (8 * (size - 4));
   } else if (size > 0) {
