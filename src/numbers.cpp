@@ -52,25 +52,6 @@ std::string_view without_sign(std::string_view text) noexcept {
   return text;
 }
 
-// Digits with at most one point among or around them, at least one digit; then nothing, or an
-// exponent. std::from_chars alone would also take what stands before other text.
-bool is_decimal(std::string_view unsigned_text) noexcept {
-  const std::string_view rest = without_digits(unsigned_text);
-  std::size_t digits = unsigned_text.size() - rest.size();
-  std::string_view tail = rest;
-  if (tail.starts_with('.')) {
-    tail.remove_prefix(1);
-    const std::string_view behind = without_digits(tail);
-    digits += tail.size() - behind.size();
-    tail = behind;
-  }
-  if (digits == 0) return false;
-  if (tail.empty()) return true;
-  if (tail.front() != 'e' && tail.front() != 'E') return false;
-  const std::string_view exponent = without_sign(tail.substr(1));
-  return !exponent.empty() && without_digits(exponent).empty();
-}
-
 std::optional<double> read_named(std::string_view unsigned_text) {
   if (unsigned_text.size() > 8) return std::nullopt;
   const std::string name = lower_cased(unsigned_text);
@@ -98,19 +79,24 @@ bool is_beyond_range(std::string_view decimal) noexcept {
   return first - point < (negative ? -moved : moved);
 }
 
-// Decimal digits without a sign, as std::from_chars takes them. Its source of exactness: the digits
-// are read as by an arbitrary-precision algorithm, however many they are.
-double read_decimal(std::string_view decimal) noexcept {
+// Digits with at most one point among or around them, then perhaps an exponent. Its source of
+// exactness: std::from_chars reads as an arbitrary-precision algorithm does, however many digits
+// there are.
+std::optional<double> read_decimal(std::string_view unsigned_text) {
+  const char first = unsigned_text.empty() ? '\0' : unsigned_text.front();
+  if (!is_digit(first) && first != '.') return std::nullopt;  // no name, no second sign
   double number = 0;
-  const char* end = decimal.data() + decimal.size();
-  if (std::from_chars(decimal.data(), end, number).ec == std::errc()) return number;
-  return is_beyond_range(decimal) ? std::numeric_limits<double>::infinity() : 0.0;
+  const char* end = unsigned_text.data() + unsigned_text.size();
+  const auto read = std::from_chars(unsigned_text.data(), end, number);
+  if (read.ptr != end) return std::nullopt;
+  if (read.ec == std::errc()) return number;
+  return is_beyond_range(unsigned_text) ? std::numeric_limits<double>::infinity() : 0.0;
 }
 
 std::optional<double> read_plain_float(std::string_view text) {
   const std::string_view magnitude = without_sign(text);
-  const std::optional<double> number =
-      is_decimal(magnitude) ? std::optional(read_decimal(magnitude)) : read_named(magnitude);
+  std::optional<double> number = read_decimal(magnitude);
+  if (!number) number = read_named(magnitude);
   return number && text.starts_with('-') ? -*number : number;
 }
 

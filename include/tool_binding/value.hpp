@@ -287,6 +287,8 @@ class TOOL_BINDING_EXPORT Value {
   };
   static constexpr std::size_t inline_capacity = 15;
   static constexpr std::size_t payload_size = sizeof(std::uint64_t);
+  // From the low byte of the second word to the last byte.
+  static constexpr int tag_shift = std::endian::native == std::endian::little ? 56 : 0;
   static constexpr std::array<Kind, 9> kinds_ = {Kind::none,   Kind::boolean, Kind::integer,
                                                  Kind::float_, Kind::integer, Kind::text,
                                                  Kind::list,   Kind::mapping, Kind::object};
@@ -320,8 +322,14 @@ class TOOL_BINDING_EXPORT Value {
   template <class T>
   void set_payload(Tag tag, T content) noexcept {
     static_assert(sizeof(T) == payload_size);
-    std::memcpy(bytes_.data(), &content, payload_size);
-    bytes_[inline_capacity] = static_cast<char>(tag);
+    bytes_ =
+        joined(std::bit_cast<std::uint64_t>(content), static_cast<std::uint64_t>(tag) << tag_shift);
+  }
+  // Two words as the bytes of a value, to be stored at once: values are copied as a whole, and the
+  // processor waits where it reads at once what was just written in parts.
+  static std::array<char, 16> joined(std::uint64_t first, std::uint64_t second) noexcept {
+    using Words [[gnu::vector_size(16)]] = std::uint64_t;
+    return std::bit_cast<std::array<char, 16>>(Words{first, second});
   }
   // Text of up to 15 bytes, zeros and its tag. It is put together in registers from loads of fixed
   // size that may overlap, which is several times faster than a copy of variable size.
@@ -358,17 +366,18 @@ inline std::array<char, 16> Value::inline_bytes(std::string_view text) noexcept 
     std::memcpy(&word, text.data() + position, sizeof word);
     return word;
   };
-  std::array<std::uint64_t, 2> words = {0, tag << 56};
+  std::uint64_t first = 0;
+  std::uint64_t second = tag << tag_shift;
   if (size > 8) {
-    words[0] = load(0, std::uint64_t{});
-    words[1] |= load(size - 8, std::uint64_t{}) >> (8 * (16 - size));
+    first = load(0, std::uint64_t{});
+    second |= load(size - 8, std::uint64_t{}) >> (8 * (16 - size));
   } else if (size >= 4) {
-    words[0] = load(0, std::uint32_t{}) | load(size - 4, std::uint32_t{}) << (8 * (size - 4));
+    first = load(0, std::uint32_t{}) | load(size - 4, std::uint32_t{}) << (8 * (size - 4));
   } else if (size > 0) {
-    words[0] = load(0, std::uint8_t{}) | load(size / 2, std::uint8_t{}) << (8 * (size / 2)) |
-               load(size - 1, std::uint8_t{}) << (8 * (size - 1));
+    first = load(0, std::uint8_t{}) | load(size / 2, std::uint8_t{}) << (8 * (size / 2)) |
+            load(size - 1, std::uint8_t{}) << (8 * (size - 1));
   }
-  return std::bit_cast<std::array<char, 16>>(words);
+  return joined(first, second);
 }
 
 // Values by name, in the order in which the names were first set: setting a name that is present

@@ -100,9 +100,12 @@ class CsvReader {
 }  // namespace
 
 bool parse_bool(std::string_view text) {
-  const std::string word = lower_cased(trimmed(text));
-  const auto row = std::find_if(boolean_words.begin(), boolean_words.end(),
-                                [&word](const auto& known) { return known.first == word; });
+  const auto row_of = [](std::string_view word) {
+    return std::find_if(boolean_words.begin(), boolean_words.end(),
+                        [word](const auto& known) { return known.first == word; });
+  };
+  auto row = row_of(text);  // as most write it
+  if (row == boolean_words.end()) row = row_of(lower_cased(trimmed(text)));
   if (row == boolean_words.end()) {
     throw std::invalid_argument(display_form(text) + " is neither true nor false");
   }
