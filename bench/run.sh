@@ -1,8 +1,8 @@
 #!/bin/sh
 # Measures everything and writes bench/results/ and the tables of bench/README.md.
 # Usage: bench/run.sh [BUILD_DIR [RUNS]]
-# The programs and the peers' processes take turns; what is written are medians over the runs. In a
-# run, many short repetitions of all cases are interleaved, since a machine's speed drifts.
+# The programs and the peers' processes take turns. In a run, many short repetitions of all cases are
+# interleaved, since a machine's speed drifts.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -30,7 +30,7 @@ bench/instructions.sh "$program" >"$raw/instructions.txt"
 run=1
 while [ "$run" -le "$runs" ]; do
   echo "run $run of $runs..."
-  "$program" --benchmark_min_time=0.004 --benchmark_repetitions=51 \
+  "$program" --benchmark_min_time=0.002 --benchmark_repetitions=101 \
     --benchmark_enable_random_interleaving=true \
     --benchmark_out="$raw/run$run.json" >/dev/null 2>"$raw/log.txt" ||
     { cat "$raw/log.txt"; exit 1; }

@@ -192,7 +192,7 @@ function measure(peer, name) {
   }
   check(peer, name);
   samples.sort((a, b) => a - b);
-  return 1e6 * samples[samples.length >> 1];
+  return 1e6 * samples[Math.floor(samples.length / 10)];
 }
 
 const [peerName, caseName] = process.argv.slice(3);
