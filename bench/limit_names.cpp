@@ -7,6 +7,12 @@
 #include <cstdint>
 
 namespace tool_binding::bench {
+
+// Not inline, as NearestName's is not.
+[[gnu::noinline]] void clear(std::span<std::uint32_t> positions) noexcept {
+  std::fill(positions.begin(), positions.end(), 0);
+}
+
 namespace {
 
 // Bit i stands for character i of the given name.
@@ -23,7 +29,8 @@ std::size_t slot(char c) noexcept { return static_cast<unsigned char>(c) & 31U; 
 
 // Where the name has each of the characters that candidates are made of.
 std::array<Bits, 32> positions_in(std::string_view given) noexcept {
-  std::array<Bits, 32> positions{};
+  std::array<Bits, 32> positions;
+  clear(positions);
   Bits bit = 1;
   for (const char c : given) {
     if ((c >= 'a' && c <= 'z') || c == '_') positions[slot(c)] |= bit;

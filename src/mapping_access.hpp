@@ -22,27 +22,24 @@ struct MappingAccess {
   }
   // Precondition: `key` is text.
   [[nodiscard]] static const Value* find(const Mapping& mapping, const Value& key) noexcept {
-    if (!mapping.index_.empty() || !key.is_plain()) return mapping.find_key(key);
-    for (const Mapping::Entry& entry : mapping.entries_) {
-      if (Value::same_bytes(entry.key_, key)) return &entry.value;
-    }
-    return nullptr;
+    if (is_indexed(mapping) || !key.is_plain()) return mapping.find_key(key);
+    return scan(mapping, key.words());
+  }
+  [[nodiscard]] static const Value* find(const Mapping& mapping, std::string_view name) noexcept {
+    if (is_indexed(mapping) || name.size() > Value::inline_capacity) return mapping.find(name);
+    return scan(mapping, Value::inline_words(name));
   }
   // Precondition: `key` is text.
   [[nodiscard]] static std::uint64_t hash_of(const Value& key) noexcept {
     if (!key.is_plain()) return name_hash(key.get_text());
-    const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(key.bytes_);
+    const auto words = key.words();
     return words_hash(words[0], words[1]);
   }
   // For tables whose names no client chooses: cheaper. Its first bits are the best.
   [[nodiscard]] static std::uint64_t unkeyed_hash_of(const Value& key) noexcept {
     if (!key.is_plain()) return key.is_text() ? name_hash(key.get_text()) : 0;
-    const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(key.bytes_);
+    const auto words = key.words();
     return folded_product(words[0] ^ hash_spread, words[1] ^ ~hash_spread);
-  }
-  [[nodiscard]] static const Value* find(const Mapping& mapping, std::string_view name) noexcept {
-    if (name.size() > Value::inline_capacity) return mapping.find(name);
-    return find(mapping, Value(name));
   }
   [[nodiscard]] static Value* find(Mapping& mapping, const Value& key) noexcept {
     return const_cast<Value*>(find(std::as_const(mapping), key));
@@ -100,6 +97,15 @@ struct MappingAccess {
     } else {
       append(mapping, key, std::move(value));
     }
+  }
+
+ private:
+  [[nodiscard]] static const Value* scan(const Mapping& mapping,
+                                         const Value::Words& plain_key) noexcept {
+    for (const Mapping::Entry& entry : mapping.entries_) {
+      if (Value::same(entry.key_.words(), plain_key)) return &entry.value;
+    }
+    return nullptr;
   }
 };
 

@@ -129,7 +129,7 @@ class TOOL_BINDING_EXPORT Value {
   noexcept { set_payload(Tag::float_, double{number}); }
   Value(std::string_view text) {
     if (text.size() <= inline_capacity) {
-      bytes_ = inline_bytes(text);
+      bytes_ = joined(inline_words(text));
     } else {
       set_heap_text(Tag::heap_text, text);
     }
@@ -148,7 +148,7 @@ class TOOL_BINDING_EXPORT Value {
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<Object>(std::move(object))) {}
 
   Value(const Value& other) : bytes_(other.bytes_) {
-    if (owns_heap()) copy_heap(other);
+    if (other.owns_heap()) copy_heap(other);
   }
   Value(Value&& other) noexcept : bytes_(other.bytes_) { other.bytes_ = {}; }
   Value& operator=(const Value& other) {
@@ -285,6 +285,7 @@ class TOOL_BINDING_EXPORT Value {
     object,
     inline_text = 16,
   };
+  using Words = std::array<std::uint64_t, 2>;
   static constexpr std::size_t inline_capacity = 15;
   static constexpr std::size_t payload_size = sizeof(std::uint64_t);
   // From the low byte of the second word to the last byte.
@@ -304,11 +305,12 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] bool is_plain() const noexcept {
     return tag() >= Tag::inline_text || tag() <= Tag::small_integer;
   }
+  [[nodiscard]] Words words() const noexcept { return std::bit_cast<Words>(bytes_); }
+  [[nodiscard]] static bool same(const Words& left, const Words& right) noexcept {
+    return ((left[0] ^ right[0]) | (left[1] ^ right[1])) == 0;
+  }
   [[nodiscard]] static bool same_bytes(const Value& left, const Value& right) noexcept {
-    using Words = std::array<std::uint64_t, 2>;
-    const auto a = std::bit_cast<Words>(left.bytes_);
-    const auto b = std::bit_cast<Words>(right.bytes_);
-    return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
+    return same(left.words(), right.words());
   }
   [[nodiscard]] std::size_t inline_size() const noexcept {
     return static_cast<std::size_t>(tag()) - static_cast<std::size_t>(Tag::inline_text);
@@ -322,18 +324,18 @@ class TOOL_BINDING_EXPORT Value {
   template <class T>
   void set_payload(Tag tag, T content) noexcept {
     static_assert(sizeof(T) == payload_size);
-    bytes_ =
-        joined(std::bit_cast<std::uint64_t>(content), static_cast<std::uint64_t>(tag) << tag_shift);
+    bytes_ = joined(
+        {std::bit_cast<std::uint64_t>(content), static_cast<std::uint64_t>(tag) << tag_shift});
   }
   // Two words as the bytes of a value, to be stored at once: values are copied as a whole, and the
   // processor waits where it reads at once what was just written in parts.
-  static std::array<char, 16> joined(std::uint64_t first, std::uint64_t second) noexcept {
-    using Words [[gnu::vector_size(16)]] = std::uint64_t;
-    return std::bit_cast<std::array<char, 16>>(Words{first, second});
+  static std::array<char, 16> joined(const Words& words) noexcept {
+    using Vector [[gnu::vector_size(16)]] = std::uint64_t;
+    return std::bit_cast<std::array<char, 16>>(Vector{words[0], words[1]});
   }
   // Text of up to 15 bytes, zeros and its tag. It is put together in registers from loads of fixed
   // size that may overlap, which is several times faster than a copy of variable size.
-  static std::array<char, 16> inline_bytes(std::string_view text) noexcept;
+  static Words inline_words(std::string_view text) noexcept;
 
   const Value& require(bool is_kind, Kind kind) const {
     if (!is_kind) throw_wrong_kind(kind);
@@ -353,14 +355,14 @@ class TOOL_BINDING_EXPORT Value {
   alignas(std::uint64_t) std::array<char, 16> bytes_ = {};
 };
 
-inline std::array<char, 16> Value::inline_bytes(std::string_view text) noexcept {
+inline Value::Words Value::inline_words(std::string_view text) noexcept {
   const std::size_t size = text.size();
   const std::uint64_t tag = static_cast<std::uint64_t>(Tag::inline_text) + size;
   if constexpr (std::endian::native != std::endian::little) {
     std::array<char, 16> bytes = {};
     for (std::size_t i = 0; i < size; ++i) bytes[i] = text[i];
     bytes[inline_capacity] = static_cast<char>(tag);
-    return bytes;
+    return std::bit_cast<Words>(bytes);
   }
   const auto load = [&text]<class Word>(std::size_t position, Word word) -> std::uint64_t {
     std::memcpy(&word, text.data() + position, sizeof word);
@@ -377,7 +379,7 @@ inline std::array<char, 16> Value::inline_bytes(std::string_view text) noexcept 
     first = load(0, std::uint8_t{}) | load(size / 2, std::uint8_t{}) << (8 * (size / 2)) |
             load(size - 1, std::uint8_t{}) << (8 * (size - 1));
   }
-  return joined(first, second);
+  return {first, second};
 }
 
 // Values by name, in the order in which the names were first set: setting a name that is present

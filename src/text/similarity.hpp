@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -99,6 +100,7 @@ class NearestName {
     for (Positions closed = ~open; closed != 0; closed &= closed - 1) ++common;
     return common < least_matched(threshold_, candidate.size + size_);
   }
+  static void clear(std::span<Positions> positions) noexcept;
   void set_threshold(double threshold) noexcept;
   [[nodiscard]] bool compare(std::string_view candidate);
   // Both answer the similarity, or a number that is below the threshold too.
@@ -118,7 +120,7 @@ class NearestName {
   std::optional<std::string_view> best_;
 
   // In the first characters of the given name, which are all of a short one.
-  std::array<Positions, 128> ascii_positions_{};
+  std::array<Positions, 128> ascii_positions_;
 
   // The whole given name, read when the first candidate needs it.
   struct Whole;
