@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "registry/tool_index.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
-#include "tool_index.hpp"
 
 namespace tool_binding {
 

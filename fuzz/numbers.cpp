@@ -1,7 +1,7 @@
 // Numbers from text against a grammar and strtod; integers and floats against each other. The input
 // is a text, its first bytes also a float and an integer.
 
-#include "numbers.hpp"
+#include "value/numbers.hpp"
 
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"

@@ -6,11 +6,11 @@
 
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"
-#include "numbers.hpp"
 #include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "tool_binding/utils/text_values.hpp"
 #include "tool_binding_private.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {

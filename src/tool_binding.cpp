@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "mapping_access.hpp"
-#include "numbers.hpp"
+#include "registry/tool_index.hpp"
 #include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/similarity.hpp"
@@ -12,7 +11,8 @@
 #include "tool_binding/tool_schemas.hpp"
 #include "tool_binding/utils/text_values.hpp"
 #include "tool_binding_private.hpp"
-#include "tool_index.hpp"
+#include "value/mapping_access.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {

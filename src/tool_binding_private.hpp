@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "registry/tool_index.hpp"
 #include "text/lines.hpp"
 #include "tool_binding/tool_binding.hpp"
-#include "tool_index.hpp"
 
 namespace tool_binding {
 

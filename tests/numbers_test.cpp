@@ -1,4 +1,4 @@
-#include "numbers.hpp"
+#include "value/numbers.hpp"
 
 #include <gtest/gtest.h>
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
-#include "numbers.hpp"
 #include "tool_binding/value_events.hpp"
 #include "unicode/utf8.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {

@@ -3,8 +3,8 @@
 #include <functional>
 #include <memory>
 
+#include "registry/tool_index.hpp"
 #include "text/trim.hpp"
-#include "tool_index.hpp"
 
 namespace tool_binding {
 

@@ -1,5 +1,5 @@
-#ifndef TOOL_BINDING_SRC_MAPPING_ACCESS_HPP_
-#define TOOL_BINDING_SRC_MAPPING_ACCESS_HPP_
+#ifndef TOOL_BINDING_SRC_VALUE_MAPPING_ACCESS_HPP_
+#define TOOL_BINDING_SRC_VALUE_MAPPING_ACCESS_HPP_
 
 #include <array>
 #include <bit>
@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
-#include "name_hash.hpp"
 #include "tool_binding/value.hpp"
+#include "value/name_hash.hpp"
 
 namespace tool_binding {
 
@@ -111,4 +111,4 @@ struct MappingAccess {
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_MAPPING_ACCESS_HPP_
+#endif  // TOOL_BINDING_SRC_VALUE_MAPPING_ACCESS_HPP_

@@ -1,5 +1,5 @@
-#ifndef TOOL_BINDING_SRC_TOOL_SCHEMAS_PRIVATE_HPP_
-#define TOOL_BINDING_SRC_TOOL_SCHEMAS_PRIVATE_HPP_
+#ifndef TOOL_BINDING_SRC_SCHEMAS_SCHEMAS_PRIVATE_HPP_
+#define TOOL_BINDING_SRC_SCHEMAS_SCHEMAS_PRIVATE_HPP_
 
 // Steps of reading published tools: one keyword, one property, what is doubtful about a parameter.
 //
@@ -104,4 +104,4 @@ void check_synonyms(const std::vector<ActionSpec>& actions, const Place& tool);
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_TOOL_SCHEMAS_PRIVATE_HPP_
+#endif  // TOOL_BINDING_SRC_SCHEMAS_SCHEMAS_PRIVATE_HPP_

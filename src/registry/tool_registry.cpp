@@ -4,11 +4,11 @@
 #include <cmath>
 #include <limits>
 
+#include "registry/tool_index.hpp"
 #include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/similarity.hpp"
 #include "text/trim.hpp"
-#include "tool_index.hpp"
 
 namespace tool_binding {
 

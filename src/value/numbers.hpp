@@ -1,5 +1,5 @@
-#ifndef TOOL_BINDING_SRC_NUMBERS_HPP_
-#define TOOL_BINDING_SRC_NUMBERS_HPP_
+#ifndef TOOL_BINDING_SRC_VALUE_NUMBERS_HPP_
+#define TOOL_BINDING_SRC_VALUE_NUMBERS_HPP_
 
 // What the library does with numbers: reading them from text, comparing integers and floats of any
 // size exactly, converting between them, and writing them. No arithmetic beyond that.
@@ -44,4 +44,4 @@ void append_float(std::string& out, double number);
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_NUMBERS_HPP_
+#endif  // TOOL_BINDING_SRC_VALUE_NUMBERS_HPP_

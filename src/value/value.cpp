@@ -6,12 +6,12 @@
 #include <limits>
 #include <new>
 
-#include "mapping_access.hpp"
-#include "name_hash.hpp"
-#include "numbers.hpp"
 #include "tool_binding/value_events.hpp"
 #include "unicode/tables.hpp"
 #include "unicode/utf8.hpp"
+#include "value/mapping_access.hpp"
+#include "value/name_hash.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 

@@ -1,14 +1,14 @@
-#ifndef TOOL_BINDING_SRC_NAME_TABLE_HPP_
-#define TOOL_BINDING_SRC_NAME_TABLE_HPP_
+#ifndef TOOL_BINDING_SRC_REGISTRY_NAME_TABLE_HPP_
+#define TOOL_BINDING_SRC_REGISTRY_NAME_TABLE_HPP_
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "mapping_access.hpp"
-#include "name_hash.hpp"
 #include "tool_binding/value.hpp"
+#include "value/mapping_access.hpp"
+#include "value/name_hash.hpp"
 
 namespace tool_binding {
 
@@ -53,4 +53,4 @@ class NameTable {
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_NAME_TABLE_HPP_
+#endif  // TOOL_BINDING_SRC_REGISTRY_NAME_TABLE_HPP_

@@ -1,5 +1,5 @@
-#ifndef TOOL_BINDING_SRC_NAME_HASH_HPP_
-#define TOOL_BINDING_SRC_NAME_HASH_HPP_
+#ifndef TOOL_BINDING_SRC_VALUE_NAME_HASH_HPP_
+#define TOOL_BINDING_SRC_VALUE_NAME_HASH_HPP_
 
 // The hash behind every look-up of a name. It is keyed by the process: a client that does not know
 // the key cannot choose names that collide. Pure within one process, different from one process to
@@ -39,4 +39,4 @@ inline constexpr std::uint64_t hash_spread = 0x9e3779b97f4a7c15U;
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_NAME_HASH_HPP_
+#endif  // TOOL_BINDING_SRC_VALUE_NAME_HASH_HPP_

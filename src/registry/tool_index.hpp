@@ -1,5 +1,5 @@
-#ifndef TOOL_BINDING_SRC_TOOL_INDEX_HPP_
-#define TOOL_BINDING_SRC_TOOL_INDEX_HPP_
+#ifndef TOOL_BINDING_SRC_REGISTRY_TOOL_INDEX_HPP_
+#define TOOL_BINDING_SRC_REGISTRY_TOOL_INDEX_HPP_
 
 // A ToolSpec's record: what was declared, and what is worked out from it once, when it is built, so
 // that no request has to.
@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "name_table.hpp"
+#include "registry/name_table.hpp"
 #include "text/similarity.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
@@ -104,4 +104,4 @@ struct ToolIndex {
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_SRC_TOOL_INDEX_HPP_
+#endif  // TOOL_BINDING_SRC_REGISTRY_TOOL_INDEX_HPP_

@@ -1,4 +1,4 @@
-#include "name_hash.hpp"
+#include "value/name_hash.hpp"
 
 #include <array>
 #include <chrono>

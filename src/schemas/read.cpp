@@ -1,9 +1,9 @@
 #include <cmath>
 #include <limits>
 
-#include "numbers.hpp"
+#include "schemas/schemas_private.hpp"
 #include "text/trim.hpp"
-#include "tool_schemas_private.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {

@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <compare>
 
-#include "numbers.hpp"
+#include "schemas/schemas_private.hpp"
 #include "text/lower_case.hpp"
 #include "text/trim.hpp"
-#include "tool_schemas_private.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {

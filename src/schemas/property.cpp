@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "schemas/schemas_private.hpp"
 #include "text/trim.hpp"
-#include "tool_schemas_private.hpp"
 
 namespace tool_binding {
 namespace {
