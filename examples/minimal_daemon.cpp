@@ -1,8 +1,9 @@
-// The whole road of a request, in the smallest daemon: a registry, two handlers, three requests.
+// The whole road of a request, in the smallest daemon: a registry, two handlers, four requests.
 
 #include <iostream>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <tool_binding/tool_binding.hpp>
 
@@ -67,6 +68,10 @@ void serve(const std::string& tool, Mapping request, const Mapping& context) {
     std::cout << "  " << text_form(handler.call(handler_kwargs(handler, std::move(bound), context)))
               << '\n';
   } catch (const ArgumentError& error) {
+    std::cout << "  refused: " << error.message() << '\n';
+  } catch (const UnknownToolError& error) {
+    std::cout << "  no such tool: " << error.what() << '\n';
+  } catch (const std::overflow_error& error) {
     std::cout << "  refused: " << error.what() << '\n';
   }
 }
@@ -79,4 +84,5 @@ int main() {
   serve("search", {{"q", "main"}, {"limit", "500"}, {"paths", "src, tests"}}, context);
   serve("branches", {{"action", "NEW"}, {"name", "fix"}}, context);
   serve("search", {{"qurey", "main"}, {"limit", "ten"}}, context);
+  serve("serch", {{"query", "main"}}, context);
 }

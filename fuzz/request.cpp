@@ -103,11 +103,12 @@ struct Plain {
     for (const ParamSpec& param : tool.params()) {
       names.insert(names.end(), param.synonyms.begin(), param.synonyms.end());
     }
-    const auto near = _nearest(name, names);
+    const auto nearest = _nearest(name, names);
+    const std::string near = nearest ? find(tool.params(), *nearest)->name : "";
     const std::string takes = joined(tool.param_names(), ", ");
     return "Unknown parameter " + quoted(name) + " for " + tool.name() + "." +
-           (near ? " Did you mean " + quoted(find(tool.params(), *near)->name) + "?" : "") +
-           " It takes" + (takes.empty() ? " none" : ": " + takes) + ".";
+           (near.empty() ? "" : " Did you mean " + quoted(near) + "?") + " It takes" +
+           (takes.empty() ? " none" : ": " + takes) + ".";
   }
 
   Value refuse(const ParamSpec& param, const std::string& wanted, const Value& value) {

@@ -40,27 +40,60 @@ bool is_blank_text(const Value& value) noexcept {
 
 // A request is admitted: each argument is taken in the request's order, then the result is drawn.
 
+ArgumentError::ArgumentError(std::string message)
+    : std::invalid_argument(message),
+      message_(std::make_shared<const std::string>(std::move(message))) {}
 ArgumentError::~ArgumentError() = default;
 
 namespace {
 
 // `Arguments` are read, or moved from when they are not const.
 template <class Arguments>
-NormalizedArguments admitted(const ToolSpec& spec, Arguments& arguments) {
+Normalizing_ taken(const ToolSpec& spec, Arguments& arguments) {
   Normalizing_ state(spec);
   state.arguments.reserve(ToolIndex::of(spec).room_for(arguments.size()));
   for (auto& entry : arguments) state.take(entry.key(), std::move(entry.value));
-  return state.result();
+  return state;
 }
 
 }  // namespace
 
 NormalizedArguments normalize_arguments(ToolRef tool, const Mapping& arguments) {
-  return admitted(tool.spec(), arguments);
+  return taken(tool.spec(), arguments).result();
 }
 
 NormalizedArguments normalize_arguments(ToolRef tool, Mapping&& arguments) {
-  return admitted(tool.spec(), arguments);
+  return taken(tool.spec(), arguments).result();
+}
+
+Admission try_normalize_arguments(ToolRef tool, const Mapping& arguments) {
+  return taken(tool.spec(), arguments).outcome();
+}
+
+Admission try_normalize_arguments(ToolRef tool, Mapping&& arguments) {
+  return taken(tool.spec(), arguments).outcome();
+}
+
+Admission Admission::refused(std::string message) noexcept { return Admission(std::move(message)); }
+
+const NormalizedArguments& Admission::value() const& {
+  if (!has_value()) throw ArgumentError(error());
+  return *checked();
+}
+
+NormalizedArguments Admission::value() && {
+  if (!has_value()) throw ArgumentError(std::move(*this).error());
+  return std::move(*checked());
+}
+
+const std::string& Admission::error() const& noexcept {
+  assert(!has_value());
+  return *std::get_if<std::string>(&outcome_);
+}
+
+std::string Admission::error() && noexcept {
+  assert(!has_value());
+  return std::move(*std::get_if<std::string>(&outcome_));
 }
 
 void Normalizing_::take(const Value& key, Argument_ argument) {
@@ -122,7 +155,7 @@ void Normalizing_::_take_action(const Value& value) {
 
 void Normalizing_::_unknown_parameter(std::string_view name) {
   const auto near = _nearest(name, index_.name_candidates);
-  if (!near) {
+  if (!near || near->empty()) {
     return _problem({"Unknown parameter '", name, "' for ", spec.name(), ".", index_.takes});
   }
   _problem({"Unknown parameter '", name, "' for ", spec.name(), ". Did you mean '", *near, "'?",
@@ -132,13 +165,29 @@ void Normalizing_::_unknown_parameter(std::string_view name) {
 // Only what is coerced is matched or bounded: an enumeration's text is never bounded, and a list is
 // bounded by nothing.
 Value Normalizing_::_coerced(const ParamIndex& param, Argument_ argument) {
-  auto [value, failure] = COERCIONS_.at(param)(argument);
+  auto [value, failure] = _converted(param, argument);
   if (failure != Coercion_::Failure::none) {
     _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ",
               TYPE_WORDS_.at(param), ", not ", display_form(argument.value())});
     return {};
   }
   return param.admits(value) ? std::move(value) : _within(param, std::move(value));
+}
+
+// An integer too large for a float is the one value that ends the admission of a request.
+Coercion_ Normalizing_::_converted(const ParamIndex& param, const Argument_& argument) const {
+  try {
+    return COERCIONS_.at(param)(argument);
+  } catch (const std::overflow_error&) {
+    const std::string_view digits = argument.value().as_integer().digits();
+    const std::string size = std::to_string(digits.size() - (digits.starts_with('-') ? 1 : 0));
+    throw std::overflow_error(
+        line_of({"Parameter '", param.spec.name, "' of ", spec.name(),
+                 " must be within the range of floats, not an integer of ", size, " digits"}));
+  } catch (const std::out_of_range& error) {
+    throw std::out_of_range(line_of({"Parameter '", param.spec.name, "' of ", spec.name(),
+                                     " cannot be admitted: ", error.what()}));
+  }
 }
 
 // The value of the declared type within the enumeration or the bounds.
@@ -178,21 +227,34 @@ const std::string* Normalizing_::_enum_value(const ParamIndex& index, std::strin
 
 Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
   if (!value.is_integer() && !value.is_float()) return std::move(value);
-  const auto beyond = [&value](const Value& bound, std::partial_ordering side) {
+  const auto is_beyond = [&](const Value& bound, std::string_view which,
+                             std::partial_ordering side) {
     if (bound.is_none()) return false;
-    const std::partial_ordering order = compare_numbers(value, bound);
-    if (order == std::partial_ordering::unordered && value.is_integer()) {
-      throw std::overflow_error("a not-a-number bounds no integer");
+    if (!bound.is_integer() && !bound.is_float()) {
+      throw TypeError(line_of({"the ", which, " of parameter '", param.name, "' of ", spec.name(),
+                               " must be a number, not ", kind_name(bound.kind())}));
     }
-    return order == side;
+    return compare_numbers(value, bound) == side;
   };
-  const bool below = beyond(param.minimum, std::partial_ordering::less);
-  if (!below && !beyond(param.maximum, std::partial_ordering::greater)) return std::move(value);
-  const Value& bound = below ? param.minimum : param.maximum;
-  Value used = param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
+  const bool below = is_beyond(param.minimum, "minimum", std::partial_ordering::less);
+  if (!below && !is_beyond(param.maximum, "maximum", std::partial_ordering::greater)) {
+    return std::move(value);
+  }
+  Value used = _used_bound(param, below ? param.minimum : param.maximum);
   _note({"'", param.name, "' ", display_form(value), " is ",
          below ? "below the minimum" : "above the maximum", ": ", display_form(used), " was used"});
   return used;
+}
+
+// The bound in the parameter's type.
+Value Normalizing_::_used_bound(const ParamSpec& param, const Value& bound) const {
+  try {
+    return param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
+  } catch (const std::overflow_error& error) {
+    throw std::overflow_error(
+        line_of({"the bound ", display_form(bound), " of parameter '", param.name, "' of ",
+                 spec.name(), " is no value of its type: ", error.what()}));
+  }
 }
 
 const Value* Normalizing_::_action() {
@@ -219,7 +281,13 @@ void Normalizing_::_settle() {
 // the throw a third slower.
 NormalizedArguments Normalizing_::result() {
   _settle();
-  if (!problems.empty()) throw ArgumentError(problems);
+  if (!problems.empty()) throw ArgumentError(std::move(problems));
+  return NormalizedArguments(std::move(arguments), std::move(notes), alias_hit);
+}
+
+Admission Normalizing_::outcome() {
+  _settle();
+  if (!problems.empty()) return Admission::refused(std::move(problems));
   return NormalizedArguments(std::move(arguments), std::move(notes), alias_hit);
 }
 
@@ -241,11 +309,10 @@ std::optional<std::string_view> _nearest(std::string_view name,
   return declared;
 }
 
-std::optional<std::string> missing_arguments(std::string_view tool,
-                                             std::optional<std::string_view> action,
+std::optional<std::string> missing_arguments(ToolRef tool, std::optional<std::string_view> action,
                                              const Mapping& arguments) {
   std::string problems;
-  _missing(TOOLS.at(tool), action, arguments, problems);
+  _missing(tool.spec(), action, arguments, problems);
   if (problems.empty()) return std::nullopt;
   return problems;
 }
@@ -419,11 +486,11 @@ Mapping bind_arguments(ToolRef tool, Mapping&& arguments) {
   return std::move(arguments);
 }
 
-Value action_default(std::string_view tool, std::string_view name, std::string_view action) {
-  const ParamSpec* param = TOOLS.at(tool).param(name);
+Value action_default(ToolRef tool, std::string_view name, std::string_view action) {
+  const ParamSpec* param = tool.spec().param(name);
   if (param == nullptr) {
     throw std::out_of_range(
-        line_of({"the registry's ", tool, " tool declares no ", display_form(name)}));
+        line_of({"the registry's ", tool.spec().name(), " tool declares no ", display_form(name)}));
   }
   const auto& defaults = param->action_defaults;
   const auto last = std::find_if(defaults.rbegin(), defaults.rend(),
@@ -441,13 +508,20 @@ Mapping handler_kwargs(const Handler& handler, Mapping bound, const Mapping& con
   return bound;
 }
 
-std::optional<std::set<std::string_view>> _parameter_names(const Handler& handler) {
-  std::set<std::string_view> names;
-  for (const HandlerParameter& parameter : handler.signature) {
-    if (parameter.kind == ParameterKind::VAR_KEYWORD) return std::nullopt;
-    if (parameter.kind != ParameterKind::VAR_POSITIONAL) names.insert(parameter.name);
-  }
-  return names;
+std::optional<ParameterNames_> _parameter_names(const Handler& handler) noexcept {
+  const auto& signature = handler.signature;
+  const bool takes_any =
+      std::any_of(signature.begin(), signature.end(), [](const HandlerParameter& parameter) {
+        return parameter.kind == ParameterKind::VAR_KEYWORD;
+      });
+  if (takes_any) return std::nullopt;
+  return ParameterNames_(signature);
+}
+
+bool ParameterNames_::contains(std::string_view name) const noexcept {
+  return std::any_of(signature_.begin(), signature_.end(), [name](const HandlerParameter& each) {
+    return each.kind != ParameterKind::VAR_POSITIONAL && each.name == name;
+  });
 }
 
 }  // namespace tool_binding

@@ -52,7 +52,7 @@ struct Coercion_ {
 };
 
 // The state of one request's admission. `take` is called once for each argument, in the request's
-// order, then `result` once.
+// order, then `result` or `outcome` once.
 class Normalizing_ {
  public:
   explicit Normalizing_(const ToolSpec& tool) : spec(tool), index_(ToolIndex::of(tool)) {}
@@ -68,7 +68,9 @@ class Normalizing_ {
   [[nodiscard]] Value _bounded(const ParamSpec& param, Value&& value);
   // What names the action among the arguments, after this; or null.
   [[nodiscard]] const Value* _action();
+  // Throws ArgumentError.
   [[nodiscard]] NormalizedArguments result();
+  [[nodiscard]] Admission outcome();
 
   const ToolSpec& spec;
   Mapping arguments;
@@ -84,7 +86,9 @@ class Normalizing_ {
   void _settle();
   void _note(Pieces pieces);
   void _problem(Pieces pieces);
+  [[nodiscard]] Coercion_ _converted(const ParamIndex& param, const Argument_& argument) const;
   [[nodiscard]] Value _within(const ParamIndex& param, Value&& value);
+  [[nodiscard]] Value _used_bound(const ParamSpec& param, const Value& bound) const;
   [[nodiscard]] bool _read_synonym(const ParamIndex& param, std::string_view name);
   [[nodiscard]] Value _enum_items(const ParamIndex& param, const List& items);
 
@@ -121,8 +125,19 @@ struct TypeTable_ {
 extern const TypeTable_<Coercion_ (*)(Argument_)> COERCIONS_;
 extern const TypeTable_<std::string_view> TYPE_WORDS_;
 
+// The names that a handler takes. A view of its signature; a search is linear in it.
+class ParameterNames_ {
+ public:
+  explicit ParameterNames_(std::span<const HandlerParameter> signature) noexcept
+      : signature_(signature) {}
+
+  [[nodiscard]] bool contains(std::string_view name) const noexcept;
+
+ private:
+  std::span<const HandlerParameter> signature_;
+};
 // Nothing: the handler takes any name.
-[[nodiscard]] std::optional<std::set<std::string_view>> _parameter_names(const Handler& handler);
+[[nodiscard]] std::optional<ParameterNames_> _parameter_names(const Handler& handler) noexcept;
 
 }  // namespace tool_binding
 

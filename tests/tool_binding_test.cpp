@@ -18,6 +18,7 @@ namespace tool_binding {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 class ToolBinding : public testing::Test {
  protected:
@@ -58,6 +59,10 @@ TEST_F(ToolBinding, AdmitsInfinityAndBoundsThatCannotBePublished) {
       {{.name = "p", .type = "integer"},
        infinity,
        "refused: Parameter 'p' of t must be a whole number, not inf"},
+      {{.name = "p", .type = "integer", .minimum = nan, .maximum = nan}, 5, "{'p': 5}"},
+      {{.name = "p", .type = "number", .minimum = nan, .maximum = 1},
+       5,
+       "{'p': 1.0} | 'p' 5.0 is above the maximum: 1.0 was used"},
       {{.name = "p", .type = "integer", .maximum = infinity},
        big,
        "{'p': 1000000000000000000000000000000}"},
@@ -81,21 +86,112 @@ TEST_F(ToolBinding, SecondSynonymIsReadWhenTheFirstFails) {
   EXPECT_EQ(state.notes.size(), 2u);
 }
 
-// Faults of the registry end in an error, never in a line of the request's refusal.
-TEST_F(ToolBinding, PassesRegistryFaultsOn) {
-  const auto admit = [](std::string type, Value minimum, Value value) {
-    const ToolSpec tool("t", {}, {{.name = "p", .type = std::move(type), .minimum = minimum}});
-    static_cast<void>(normalize_arguments(tool, Mapping{{"p", value}}));
+// What ends admission names the tool and the parameter, and is never a line of a refusal.
+TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
+  const auto failure = [](const ParamSpec& param, const Value& value) -> std::string {
+    const ToolSpec tool("t", {}, {param});
+    try {
+      return answer(tool, {{"p", value}});
+    } catch (const std::overflow_error& error) {
+      return std::string("overflow: ") + error.what();
+    } catch (const std::out_of_range& error) {
+      return std::string("out of range: ") + error.what();
+    } catch (const TypeError& error) {
+      return std::string("type: ") + error.what();
+    }
   };
   const Value big = Value::integer_of("1" + std::string(400, '0'));
-  EXPECT_THROW(admit("integer", infinity, 1), std::overflow_error);
-  EXPECT_THROW(admit("integer", std::numeric_limits<double>::quiet_NaN(), 1), std::overflow_error);
-  EXPECT_THROW(admit("number", big, 1), std::overflow_error);
-  EXPECT_THROW(admit("number", {}, big), std::overflow_error);
-  EXPECT_THROW(admit("integer", "1", 1), TypeError);
-  EXPECT_THROW(admit("integer", true, 1), TypeError);
-  EXPECT_THROW(admit("date", {}, 1), std::out_of_range);
+  const struct {
+    std::string type;
+    Value minimum, maximum, value;
+    std::string_view outcome;
+  } cases[] = {
+      {"integer",
+       infinity,
+       {},
+       1,
+       "overflow: the bound inf of parameter 'p' of t is no value of its type: "
+       "no integer is infinite or NaN"},
+      {"number",
+       {},
+       {},
+       big,
+       "overflow: Parameter 'p' of t must be within the range of floats, not an integer of 401 "
+       "digits"},
+      {"integer", "1", {}, 1, "type: the minimum of parameter 'p' of t must be a number, not text"},
+      {"integer",
+       {},
+       true,
+       1,
+       "type: the maximum of parameter 'p' of t must be a number, not boolean"},
+      {"number",
+       "1",
+       {},
+       infinity,
+       "type: the minimum of parameter 'p' of t must be a number, not text"},
+      {"number",
+       {},
+       "1",
+       -infinity,
+       "type: the maximum of parameter 'p' of t must be a number, not text"},
+      {"date",
+       {},
+       {},
+       1,
+       "out of range: Parameter 'p' of t cannot be admitted: no parameter type is named 'date'"},
+  };
+  for (const auto& c : cases) {
+    const ParamSpec param{.name = "p", .type = c.type, .minimum = c.minimum, .maximum = c.maximum};
+    EXPECT_EQ(failure(param, c.value), c.outcome);
+  }
+  EXPECT_THROW(
+      static_cast<void>(normalize_arguments(
+          ToolSpec("t", {}, {{.name = "p", .type = "number", .minimum = big}}), {{"p", 1}})),
+      std::overflow_error);
   EXPECT_THROW(static_cast<void>(normalize_arguments("stat", {{"x", 1}})), UnknownToolError);
+  Mapping numbered;
+  numbered.set(1, "x");
+  EXPECT_THROW(static_cast<void>(normalize_arguments("search", numbered)), TypeError);
+}
+
+// A refusal is a result: the text that would be thrown, and neither side reads as the other.
+TEST_F(ToolBinding, AdmitsWithoutAnException) {
+  const Mapping request{{"q", "x"}, {"limit", 500}};
+  const Admission admitted = try_normalize_arguments("search", request);
+  ASSERT_TRUE(admitted && admitted.has_value());
+  EXPECT_EQ(*admitted, normalize_arguments("search", request));
+  EXPECT_EQ(admitted->notes().size(), 2U);
+  EXPECT_EQ(admitted.value().arguments(), admitted->arguments());
+  std::vector<std::string> names;
+  for (const auto& entry : (*try_normalize_arguments("search", Mapping(request))).arguments()) {
+    names.emplace_back(entry.name());
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"query", "limit"}));
+
+  const Admission refused = try_normalize_arguments("search", {{"limit", "many"}});
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error(),
+            "Parameter 'limit' of search must be a whole number, not 'many'; search needs 'query'");
+  try {
+    static_cast<void>(Admission(refused).value());
+    FAIL();
+  } catch (const ArgumentError& error) {
+    EXPECT_EQ(error.message(), refused.error());
+  }
+#ifndef NDEBUG
+  EXPECT_DEATH(static_cast<void>(*refused), "has_value");
+  EXPECT_DEATH(static_cast<void>(admitted.error()), "has_value");
+#endif
+}
+
+// An empty name is near to many, and no help.
+TEST_F(ToolBinding, OffersNoEmptyName) {
+  const ToolSpec tool("t", {},
+                      {{.name = "", .synonyms = {"x"}}, {.name = "long_name", .synonyms = {""}}});
+  EXPECT_EQ(answer(tool, {{"y", 1}}),
+            "refused: Unknown parameter 'y' for t. It takes: , long_name.");
+  EXPECT_EQ(answer(tool, {{"xx", 1}}),
+            "refused: Unknown parameter 'xx' for t. It takes: , long_name.");
 }
 
 // What would break a line or turn its direction is escaped in whatever message shows a value.
@@ -173,13 +269,18 @@ TEST_F(ToolBinding, BindsEveryDeclaredParameter) {
   const ToolSpec alone("alone", {{"go", {}}}, {{.name = "p", .default_ = List{1}}}, "go");
   Mapping other_kinds{{"a name longer than fifteen bytes", 1}};
   for (const Value& key : {Value(), Value(1), Value(2.5)}) other_kinds.set(key, 1);
-  EXPECT_EQ(display_form(bind_arguments(alone, other_kinds)), "{'action': None, 'p': [1]}");
+  EXPECT_EQ(display_form(bind_arguments(alone, other_kinds)), "{'action': 'go', 'p': [1]}");
+  // Where TOOLS holds a tool of the name, that one says which action is the default.
+  const ToolSpec namesake("branches", {{"go", {}}}, {}, "go");
+  EXPECT_EQ(display_form(bind_arguments(namesake, {})), "{'action': 'list'}");
 }
 
 TEST_F(ToolBinding, AnswersDefaultsByAction) {
   EXPECT_EQ(action_default("branches", "base", "create"), "HEAD");
   EXPECT_EQ(action_default("branches", "base", "list"), "all");
   EXPECT_EQ(action_default("branches", "base", "LIST"), "main");
+  EXPECT_EQ(action_default("branches", "base", "crea"), "main");
+  EXPECT_EQ(action_default(TOOLS.at("branches"), "base", "create"), "HEAD");
   EXPECT_EQ(action_default("search", "n", "x"), 10);
   EXPECT_EQ(action_default("branches", "branch", "list"), Value());
   const ParamSpec twice{.name = "p", .action_defaults = {{"go", 1}, {"go", 2}}};
@@ -220,7 +321,9 @@ TEST(HandlerKwargs, AddsTheContextThatTheHandlerTakes) {
 TEST(ArgumentError, KeepsAMessageWithAZeroByteWhole) {
   const ArgumentError error(std::string("a\0b", 3));
   EXPECT_STREQ(error.what(), "a");
-  EXPECT_EQ(error.message(), std::string_view("a\0b", 3));
+  const ArgumentError copy = error;
+  EXPECT_EQ(copy.message(), std::string_view("a\0b", 3));
+  static_assert(std::is_nothrow_copy_constructible_v<ArgumentError>);
 }
 
 TEST(NormalizedArguments, AreEqualByTheirFields) {

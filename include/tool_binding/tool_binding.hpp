@@ -3,30 +3,42 @@
 
 // Admission and binding of one tool request. Start here.
 //
-//   NormalizedArguments admitted = normalize_arguments("search", request);   // or ArgumentError
-//   Mapping bound = bind_arguments("search", std::move(admitted).arguments());
-//   Value answer = handler.call(handler_kwargs(handler, std::move(bound), {{"repo", repo}}));
+//   Admission admission = try_normalize_arguments("search", {{"q", "main"}, {"limit", "500"}});
+//   if (!admission) return refuse(admission.error());   // one text that names every problem
+//   admission->notes()   // 'q' was read as 'query', 'limit' 500 is above the maximum: 100 was used
+//   Mapping bound = bind_arguments("search", (*std::move(admission)).arguments());
+//   Value answer = handler.call(handler_kwargs(handler, std::move(bound), {{"repo", repository}}));
 //
 // Admission reads synonyms, drops blanks, converts values to their declared types, brings numbers
 // within their bounds and says so in a note, names the action that is left out, and refuses the
-// rest in one ArgumentError that names every problem. Binding gives every declared parameter its
-// value, and the handler the part of the context that it takes.
+// rest in one message that names every problem. Binding gives every declared parameter its value,
+// and the handler the part of the context that it takes.
 //
 // Threads: no state is kept between calls, and the registry is only read; calls may run at the same
 // time on any threads. Nothing is read or written outside the process.
-// Errors: a tool given by name that TOOLS does not hold throws UnknownToolError before anything
-// else. An error of the registry (an unknown type word, a bound that is no number) and
-// std::bad_alloc pass through; nothing is then changed but arguments handed over by moving, which
-// are left valid and unspecified.
+//
+// Errors that a client can cause:
+//   ArgumentError        a request that is refused (normalize_arguments; try_normalize_arguments
+//                        returns the refusal instead)
+//   UnknownToolError     a tool given by a name that TOOLS does not hold, before anything else
+//   std::overflow_error  an integer beyond the range of floats, for a parameter of type "number"
+// Errors of the program: std::out_of_range for a type word that is none of the five,
+// std::overflow_error for a bound that the parameter's type cannot hold, TypeError for a bound that
+// is not a number and for a request whose names are not all text. Each message names the tool and
+// the parameter. Whatever allocates may throw std::bad_alloc. Where a call throws, nothing is
+// changed but arguments that were moved in, which are left valid and unspecified.
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "tool_binding/export.hpp"
@@ -35,29 +47,53 @@
 
 namespace tool_binding {
 
-// A request that admission refuses. The message is all its problems in the order in which they were
-// found, joined by "; ". Parameter names stand in it as the client spelt them, which may be with a
-// zero byte, where what() ends: message() is the whole of it.
-class TOOL_BINDING_EXPORT ArgumentError : public std::invalid_argument {
+// A tool, by its name in TOOLS or by its specification, which is then used without any look-up.
+// Made implicitly, for the length of one call: it refers to the specification and owns nothing.
+// By name, throws UnknownToolError.
+class TOOL_BINDING_EXPORT ToolRef {
  public:
-  explicit ArgumentError(const std::string& message)
-      : std::invalid_argument(message), size_(message.size()) {}
-  ~ArgumentError() override;
+  ToolRef(const ToolSpec& spec) noexcept : spec_(spec) {}
+  ToolRef(std::string_view name) : spec_(TOOLS.at(name)) {}
+  ToolRef(const std::string& name) : ToolRef(std::string_view(name)) {}
+  ToolRef(const char* name) : ToolRef(std::string_view(name)) {}
+  ToolRef(std::nullptr_t) = delete;
 
-  // Lives as long as the error.
-  [[nodiscard]] std::string_view message() const noexcept { return {what(), size_}; }
+  [[nodiscard]] const ToolSpec& spec() const noexcept { return spec_; }
 
  private:
-  std::size_t size_;
+  const ToolSpec& spec_;
+};
+
+// A request that admission refuses.
+//
+//   ArgumentError("search needs 'query'").message() == "search needs 'query'"
+//
+// The message is all problems of the request in the order in which they were found, joined by "; ".
+// Parameter names appear in it as the client spelled them, control characters included. A zero byte
+// ends what(); message() is always the whole text.
+class TOOL_BINDING_EXPORT ArgumentError : public std::invalid_argument {
+ public:
+  explicit ArgumentError(std::string message);
+  ~ArgumentError() override;
+
+  // Valid as long as this error or a copy of it. Copying an error does not throw.
+  [[nodiscard]] std::string_view message() const noexcept { return *message_; }
+
+ private:
+  std::shared_ptr<const std::string> message_;
 };
 
 // What the handler gets for `name` from a request that runs `action` and leaves it out: the default
-// for that action (exact text), else the parameter's. `name` may be a synonym.
-// Throws std::out_of_range when the tool declares no such parameter.
-[[nodiscard]] TOOL_BINDING_EXPORT Value action_default(std::string_view tool, std::string_view name,
+// for that action (exact text), else the parameter's.
+//
+//   action_default("branches", "base", "create") == "HEAD"
+//
+// `name` may be a synonym. Throws std::out_of_range when the tool declares no such parameter.
+[[nodiscard]] TOOL_BINDING_EXPORT Value action_default(ToolRef tool, std::string_view name,
                                                        std::string_view action);
 
-// An admitted request: immutable, save that its arguments can be moved out of one that is going.
+// An admitted request. It cannot be changed, but its arguments and notes can be moved out of one
+// that is no longer needed. Copying it copies all that it holds.
 class TOOL_BINDING_EXPORT NormalizedArguments {
  public:
   explicit NormalizedArguments(Mapping arguments, std::vector<std::string> notes = {},
@@ -71,9 +107,10 @@ class TOOL_BINDING_EXPORT NormalizedArguments {
   // By declared name, of the declared types, within bounds, in the order in which they were set;
   // with the action's declared name under ACTION_PARAM for a tool with actions.
   [[nodiscard]] const Mapping& arguments() const& noexcept { return arguments_; }
-  [[nodiscard]] Mapping&& arguments() && noexcept { return std::move(arguments_); }
+  [[nodiscard]] Mapping arguments() && noexcept { return std::move(arguments_); }
   // One line for each change that the caller should know of, in their order.
-  [[nodiscard]] const std::vector<std::string>& notes() const noexcept { return notes_; }
+  [[nodiscard]] const std::vector<std::string>& notes() const& noexcept { return notes_; }
+  [[nodiscard]] std::vector<std::string> notes() && noexcept { return std::move(notes_); }
   // Whether a parameter or the action was named by a synonym.
   [[nodiscard]] bool alias_hit() const noexcept { return alias_hit_; }
 
@@ -85,19 +122,45 @@ class TOOL_BINDING_EXPORT NormalizedArguments {
   bool alias_hit_;
 };
 
-// A tool, by its name in TOOLS or by its specification, which is then used without any look-up.
-// Made implicitly, for the length of a call. By name, throws UnknownToolError.
-class TOOL_BINDING_EXPORT ToolRef {
+// What admission makes of a request: the admitted request, or the text that refuses it. In shape a
+// std::expected<NormalizedArguments, std::string>.
+//
+//   const Admission admission = try_normalize_arguments("search", {{"limit", "many"}});
+//   admission.has_value() == false
+//   admission.error() == "Parameter 'limit' of search must be a whole number, not 'many'; "
+//                        "search needs 'query'"
+class TOOL_BINDING_EXPORT Admission {
  public:
-  ToolRef(const ToolSpec& spec) noexcept : spec_(spec) {}
-  ToolRef(std::string_view name) : spec_(TOOLS.at(name)) {}
-  ToolRef(const std::string& name) : ToolRef(std::string_view(name)) {}
-  ToolRef(const char* name) : ToolRef(std::string_view(name)) {}
+  Admission(NormalizedArguments admitted) noexcept : outcome_(std::move(admitted)) {}
+  // `message` is not empty.
+  [[nodiscard]] static Admission refused(std::string message) noexcept;
 
-  [[nodiscard]] const ToolSpec& spec() const noexcept { return spec_; }
+  [[nodiscard]] bool has_value() const noexcept { return outcome_.index() == 0; }
+  [[nodiscard]] explicit operator bool() const noexcept { return has_value(); }
+
+  // Throws ArgumentError with the refusal when there is no value.
+  [[nodiscard]] const NormalizedArguments& value() const&;
+  [[nodiscard]] NormalizedArguments value() &&;
+  // Precondition, asserted in debug builds: has_value().
+  [[nodiscard]] const NormalizedArguments& operator*() const& noexcept { return *checked(); }
+  [[nodiscard]] NormalizedArguments operator*() && noexcept { return std::move(*checked()); }
+  [[nodiscard]] const NormalizedArguments* operator->() const noexcept { return checked(); }
+  // The refusal. Precondition, asserted in debug builds: !has_value().
+  [[nodiscard]] const std::string& error() const& noexcept;
+  [[nodiscard]] std::string error() && noexcept;
 
  private:
-  const ToolSpec& spec_;
+  explicit Admission(std::string message) noexcept : outcome_(std::move(message)) {}
+  [[nodiscard]] const NormalizedArguments* checked() const noexcept {
+    assert(has_value());
+    return std::get_if<NormalizedArguments>(&outcome_);
+  }
+  [[nodiscard]] NormalizedArguments* checked() noexcept {
+    assert(has_value());
+    return std::get_if<NormalizedArguments>(&outcome_);
+  }
+
+  std::variant<NormalizedArguments, std::string> outcome_;
 };
 
 // Every declared parameter by name, in registry order: the value in `arguments`, else none for a
@@ -125,27 +188,40 @@ struct HandlerParameter {
 // What answers a tool: its declared parameters, and what is called with its named arguments.
 struct Handler {
   std::vector<HandlerParameter> signature;
-  std::function<Value(const Mapping& arguments)> call;
+  // Owns the arguments that it is given, so it can move values out of them.
+  std::function<Value(Mapping arguments)> call;
 };
 
 // The named arguments to call a handler with: all of `bound`, then the entries of `context` that
 // its signature takes. A context entry that `bound` names replaces that value in its place.
-// Cost: linear in the signature and both mappings; `bound` is copied unless it is moved in.
+// Cost: linear in both mappings, and in the signature for each entry of the context; `bound` is
+// copied unless it is moved in.
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping handler_kwargs(const Handler& handler, Mapping bound,
                                                          const Mapping& context = {});
 
 // The refusal of a call that lacks what `action` needs, in the words that admission uses, or
 // nothing. `arguments` are by declared name; `action` is nothing for a tool without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT std::optional<std::string> missing_arguments(
-    std::string_view tool, std::optional<std::string_view> action, const Mapping& arguments);
+    ToolRef tool, std::optional<std::string_view> action, const Mapping& arguments);
 
 // Admits a request's arguments, or throws ArgumentError with every problem that they have.
+//
+//   normalize_arguments("search", {{"q", "main"}}).arguments() == Mapping{{"query", "main"}}
+//
 // The first form leaves `arguments` untouched and copies each admitted value once; the second moves
-// the values out of them. Cost: linear in the request's size times the tool's parameters.
+// the values out of them. Cost: linear in the request's size; each name that the tool does not take
+// is compared with all of the tool's names.
 [[nodiscard]] TOOL_BINDING_EXPORT NormalizedArguments normalize_arguments(ToolRef tool,
                                                                           const Mapping& arguments);
 [[nodiscard]] TOOL_BINDING_EXPORT NormalizedArguments normalize_arguments(ToolRef tool,
                                                                           Mapping&& arguments);
+
+// The same, but a refusal is returned instead of thrown, which takes about half the time. Built
+// without exceptions, give the tool by specification: an unknown name throws here too.
+[[nodiscard]] TOOL_BINDING_EXPORT Admission try_normalize_arguments(ToolRef tool,
+                                                                    const Mapping& arguments);
+[[nodiscard]] TOOL_BINDING_EXPORT Admission try_normalize_arguments(ToolRef tool,
+                                                                    Mapping&& arguments);
 
 }  // namespace tool_binding
 

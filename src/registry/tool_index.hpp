@@ -98,8 +98,9 @@ struct ToolIndex {
   Mapping lower_case_action_positions = {};
 };
 
-// The effective_action of the tool that TOOLS holds under the spec's name, or null. `given` is the
-// action in a request's arguments, or null. No look-up is needed when TOOLS holds the spec itself.
+// The action that a request runs, or null: as the tool says that TOOLS holds under the spec's name,
+// else the spec itself. `given` is the action in a request's arguments, or null. No look-up is needed
+// when TOOLS holds the spec itself.
 [[nodiscard]] const std::string* effective_action_(const ToolSpec& spec, const Value* given);
 
 }  // namespace tool_binding

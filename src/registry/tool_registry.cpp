@@ -69,18 +69,19 @@ void check_names_differ(const ToolIndex& tool) {
   }
 }
 
-// Bounds that a double and every number beside it hold exactly; an empty range for any other.
+// Bounds that a double and every number beside it hold exactly. A bound of which this cannot be
+// said is NaN here, which no number is within, so that the bounds themselves are asked.
 std::pair<double, double> plain_range(const ParamSpec& param) noexcept {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   constexpr double largest = 1LL << 52;
-  const auto plain = [](const Value& bound, double open, double empty) {
+  const auto plain = [](const Value& bound, double open) {
     if (bound.is_none()) return open;
     const double number = bound.is_int64()   ? static_cast<double>(bound.get_int64())
                           : bound.is_float() ? bound.get_float()
                                              : infinity;
-    return std::fabs(number) <= largest ? number : empty;
+    return std::fabs(number) <= largest ? number : std::numeric_limits<double>::quiet_NaN();
   };
-  return {plain(param.minimum, -infinity, infinity), plain(param.maximum, infinity, -infinity)};
+  return {plain(param.minimum, -infinity), plain(param.maximum, infinity)};
 }
 
 ParamIndex index_of(const ParamSpec& param, std::size_t place) {

@@ -34,7 +34,7 @@ Value effective_action(std::string_view tool, const Mapping& arguments) {
 
 const std::string* effective_action_(const ToolSpec& spec, const Value* given) {
   const ToolSpec* registered = stands_in_tools(spec) ? &spec : TOOLS.find(spec.name());
-  return registered != nullptr ? action_of(*registered, given) : nullptr;
+  return action_of(registered != nullptr ? *registered : spec, given);
 }
 
 std::string problem_line(const SchemaProblem& problem) {

@@ -134,7 +134,7 @@ constexpr double two_to_63 = 9223372036854775808.0;
 bool in_int64_range(double number) noexcept { return number >= -two_to_63 && number < two_to_63; }
 
 Value integer_part(double number) {
-  if (!std::isfinite(number)) throw std::overflow_error("no integer is infinite or not a number");
+  if (!std::isfinite(number)) throw std::overflow_error("no integer is infinite or NaN");
   const double whole = std::trunc(number);
   if (in_int64_range(whole)) return static_cast<std::int64_t>(whole);
   return Value::integer_of(whole_digits(whole));
