@@ -157,7 +157,7 @@ TEST(JsonText, WritesEveryKind) {
       {std::numeric_limits<double>::quiet_NaN(), "null"},
       {std::make_shared<Object>("Repo \"x\""), R"("<Repo \"x\">")"},
       {List(), "[]"},
-      {List{1, List{}, Mapping{}, "a"}, R"([1, [], {}, "a"])"},
+      {List{1, Value(List{}), Mapping{}, "a"}, R"([1, [], {}, "a"])"},
       {Mapping{{"a", 1}, {"b", List{2}}}, R"({"a": 1, "b": [2]})"},
       {"\"\\/\b\f\n\r\t\x01\x7f", R"("\"\\/\b\f\n\r\t\u0001)"
                                   "\x7f\""},

@@ -107,6 +107,14 @@ TEST(CompareNumbers, OrdersIntegersAndFloatsExactly) {
   EXPECT_THROW(static_cast<void>(compare_numbers(true, 1.0)), TypeError);
 }
 
+// A number that is too small for every float is zero, wherever its first digit is.
+TEST(Numbers, ThatAreTooSmallReadAsZero) {
+  const std::string zeros(400, '0');
+  EXPECT_EQ(read_float("0." + zeros + "1"), 0.0);
+  EXPECT_EQ(read_float("1" + zeros + "e-900"), 0.0);
+  EXPECT_EQ(read_float("0." + zeros + "1e900"), infinity);
+}
+
 TEST(Numbers, ConvertExactlyOrNotAtAll) {
   EXPECT_EQ(display_form(to_integer(-2.5)), "-2");
   EXPECT_EQ(display_form(to_integer(1e22)), "10000000000000000000000");

@@ -3,13 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <random>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "print_values.hpp"
+#include "tool_binding/value_events.hpp"
+#include "value/name_hash.hpp"
 
 namespace tool_binding {
 namespace {
@@ -22,7 +26,17 @@ class Engine : public Object {
   Engine() : Object("Engine") {}
 };
 
-static_assert(sizeof(Value) == 16);
+// What would compile and go wrong.
+template <class T>
+concept LendsItems = requires(T value) {
+  std::move(value).if_list();
+};
+static_assert(!LendsItems<Value>);
+static_assert(!std::is_copy_assignable_v<Mapping::Entry> &&
+              !std::is_move_assignable_v<Mapping::Entry>);
+static_assert(!std::sortable<Mapping::iterator> && !std::permutable<Mapping::iterator>);
+static_assert(!std::is_copy_constructible_v<ValueBuilder> &&
+              !std::is_move_constructible_v<ValueBuilder>);
 static_assert(!std::is_constructible_v<Value, int*> && !std::is_constructible_v<Value, char> &&
               !std::is_constructible_v<Value, std::nullptr_t>);
 static_assert(std::is_nothrow_move_constructible_v<Value> &&
@@ -40,6 +54,7 @@ TEST(DisplayForm, ShowsEveryKind) {
       {Value::integer_of("-0"), "0"},
       {-0.0, "-0.0"},
       {1e16, "1e+16"},
+      {0.0001, "0.0001"},
       {5e-324, "5e-324"},
       {std::numeric_limits<double>::quiet_NaN(), "nan"},
       {-std::numeric_limits<double>::quiet_NaN(), "nan"},
@@ -49,7 +64,7 @@ TEST(DisplayForm, ShowsEveryKind) {
       {"\x7f\u00a0\u00e9\u200b\u202e\U000e0001", "'\\x7f\\xa0\u00e9\\u200b\\u202e\\U000e0001'"},
       {"\x80\xed\xa0\x80", "'\\udc80\\ud800'"},  // a stray byte, a surrogate
       {List{1, "a", Value(), true, 2.0}, "[1, 'a', None, True, 2.0]"},
-      {List{List{}, List{List{1}}, Mapping{}}, "[[], [[1]], {}]"},
+      {List{Value(List{}), Value(List{Value(List{1})}), Mapping{}}, "[[], [[1]], {}]"},
       {Mapping{{"a", 1}, {"b", Mapping{{"c", List{}}}}}, "{'a': 1, 'b': {'c': []}}"},
       {std::make_shared<Engine>(), "<Engine>"},
   };
@@ -63,22 +78,13 @@ TEST(DisplayForm, ShowsEveryKind) {
 // Every pair of kinds: accessors answer for their own kind alone, and only like values are equal.
 TEST(Value, KindsKeepApart) {
   const auto engine = std::make_shared<Engine>();
+  const auto other_engine = std::make_shared<Engine>();
   const std::string long_text(100, 'x');
-  const std::vector<Value> values = {Value(),
-                                     true,
-                                     false,
-                                     1,
-                                     Value::integer_of("1" + std::string(30, '0')),
-                                     1.0,
-                                     "1",
-                                     long_text,
-                                     List{1},
-                                     Mapping{},
-                                     std::shared_ptr<Object>(engine),
-                                     List{},
-                                     "",
-                                     0,
-                                     0.0};
+  const std::vector<Value> values = {
+      Value(), true,         false,     1,       Value::integer_of("1" + std::string(30, '0')),
+      1.0,     "1",          long_text, List{1}, Mapping{},
+      engine,  other_engine, List{},    "",      0,
+      0.0};
   for (std::size_t i = 0; i < values.size(); ++i) {
     const Value& value = values[i];
     SCOPED_TRACE(display_form(value));
@@ -101,14 +107,103 @@ TEST(Value, KindsKeepApart) {
   }
   EXPECT_EQ(Value(values[4].get_integer()), values[4]);
   EXPECT_THROW(static_cast<void>(values[4].as_int64()), std::overflow_error);
-  EXPECT_THROW(Value::integer_of("1_0"), std::invalid_argument);
+  EXPECT_THROW(static_cast<void>(Value::integer_of("1_0")), std::invalid_argument);
   EXPECT_THROW(Value(std::shared_ptr<Object>()), std::invalid_argument);
   EXPECT_NE(Value(infinity - infinity), Value(infinity - infinity));
   EXPECT_EQ(Value(0.0), Value(-0.0));
 }
 
+// Braces mean the same with every compiler: of one list, a copy of it.
+TEST(List, TakesWhatItsBracesHold) {
+  const List inner = {1, "a"};
+  EXPECT_EQ(display_form(List{inner}), "[1, 'a']");
+  EXPECT_EQ(display_form(List{List{1}}), "[1]");
+  EXPECT_EQ(display_form(List{Value(inner), true}), "[[1, 'a'], True]");
+  EXPECT_EQ(display_form(List(2)), "[None, None]");
+  EXPECT_EQ(display_form(List(std::vector<Value>{2.0, 3})), "[2.0, 3]");
+  static_assert(!std::is_constructible_v<List::Item, List> &&
+                !std::is_constructible_v<List::Item, std::vector<Value>&>);
+}
+
+// What is read out of a temporary outlives it.
+TEST(Value, GivesItsContentAwayWhenItIsGoing) {
+  const auto made = [] { return Value(Mapping{{"ids", List{"a text that is not inline", 2}}}); };
+  std::string seen;
+  for (const auto& [name, ids] : made().as_mapping()) {
+    for (const Value& id : Value(ids).as_list()) seen += std::string(name) + text_form(id) + ' ';
+  }
+  EXPECT_EQ(seen, "idsa text that is not inline ids2 ");
+  Value value = made();
+  const Value* const item = value.get_mapping().at("ids").get_list().data();
+  const Mapping moved = std::move(value).as_mapping();
+  EXPECT_EQ(moved.at("ids").get_list().data(), item);
+  EXPECT_THROW(static_cast<void>(Value(1).as_list()), TypeError);
+}
+
+TEST(Value, GivesAnObjectAsItsClass) {
+  const auto engine = std::make_shared<Engine>();
+  EXPECT_EQ(Value(engine).object_as<Engine>(), engine);
+  EXPECT_EQ(Value(std::make_shared<Object>("other")).object_as<Engine>(), nullptr);
+  EXPECT_EQ(Value("engine").object_as<Engine>(), nullptr);
+}
+
+#ifndef NDEBUG
+TEST(ValueDeathTest, MisuseIsFoundInDebugBuilds) {
+  const Value text = "a text that is not inline";
+  const Value none;
+  EXPECT_DEATH(static_cast<void>(text.get_list()), "is_list");
+  EXPECT_DEATH(static_cast<void>(text.get_mapping()), "is_mapping");
+  EXPECT_DEATH(static_cast<void>(text.get_object()), "is_object");
+  EXPECT_DEATH(static_cast<void>(text.get_integer()), "is_integer");
+  EXPECT_DEATH(static_cast<void>(text.get_int64()), "is_int64");
+  EXPECT_DEATH(static_cast<void>(text.get_float()), "is_float");
+  EXPECT_DEATH(static_cast<void>(text.get_boolean()), "is_boolean");
+  EXPECT_DEATH(static_cast<void>(none.get_text()), "is_text");
+  const auto build = [](auto... events) {
+    ValueBuilder builder;
+    (events(builder), ...);
+  };
+  const auto list = [](ValueBuilder& b) { b.begin_list(); };
+  const auto end_list = [](ValueBuilder& b) { b.end_list(); };
+  const auto mapping = [](ValueBuilder& b) { b.begin_mapping(); };
+  const auto end_mapping = [](ValueBuilder& b) { b.end_mapping(); };
+  const auto key = [](ValueBuilder& b) { b.key("k"); };
+  const auto leaf = [](ValueBuilder& b) { b.leaf(1); };
+  EXPECT_DEATH(build(end_list), "no list");
+  EXPECT_DEATH(build(list, end_mapping), "no mapping");
+  EXPECT_DEATH(build(mapping, end_list), "no list");
+  EXPECT_DEATH(build(list, key), "belongs into a mapping");
+  EXPECT_DEATH(build(mapping, leaf), "before its value");
+  EXPECT_DEATH(build(mapping, key, leaf, leaf), "before its value");
+  EXPECT_DEATH(build(mapping, key, key), "has no value yet");
+  EXPECT_DEATH(build(mapping, key, end_mapping), "has no value");
+  EXPECT_DEATH(build(leaf, leaf), "before take");
+}
+#endif
+
+// Events that answer something are walked like those that do not.
+TEST(VisitEvents, IgnoresWhatACallReturns) {
+  struct Counting {
+    bool begin_list(const List&) { return ++count != 0; }
+    int end_list() { return ++count; }
+    void begin_mapping(const Mapping&) { ++count; }
+    void end_mapping() { ++count; }
+    bool key(const Value&) { return false; }
+    bool leaf(const Value&) { return ++count == 0; }
+    int count = 0;
+  };
+  static_assert(ValueEvents<Counting> && ValueEvents<ValueBuilder> && !ValueEvents<int>);
+  Counting events;
+  const Mapping mapping{{"a", List{1, 2}}, {"b", 3}};
+  visit_events(mapping, events);
+  EXPECT_EQ(events.count, 7);
+  ValueBuilder builder;
+  visit_events(mapping, builder);
+  EXPECT_EQ(builder.take(), Value(mapping));
+}
+
 TEST(Value, CopiesShareNothingAndMovesLeaveNone) {
-  Value original = List{List{"a text that is too long to stand inline"}, 2};
+  Value original = List{Value(List{"a text that is too long to stand inline"}), 2};
   Value copy = original;
   copy.as_list()[0].as_list()[0] = "changed";
   EXPECT_EQ(original.as_list()[0].as_list()[0], "a text that is too long to stand inline");
@@ -165,6 +260,25 @@ TEST(Mapping, KeepsFirstPositionsAndLaterValues) {
   EXPECT_THROW(static_cast<void>(mapping.at("c")), std::out_of_range);
   EXPECT_THROW(mapping.set(List{}, 1), TypeError);
   EXPECT_NE((Mapping{{"a", 1}, {"b", 2}}), (Mapping{{"b", 2}, {"a", 1}}));
+  for (auto& [name, value] : Mapping{{"a", 1}}) EXPECT_EQ(name, "a");
+  EXPECT_THROW(for (const auto& [name, value]
+                    : mapping) EXPECT_NE(name, text_form(value)),
+               TypeError);
+  mapping.at("a") = List{mapping.erase("b"), mapping.erase("b")};
+  std::ostringstream out;
+  out << mapping << ' ' << mapping.at("a") << ' ' << mapping.at("a").as_list();
+  EXPECT_EQ(out.str(), "{'a': [True, False], 7: 'seven'} [True, False] [True, False]");
+}
+
+// No pair of names is known to collide whatever the process's keys are.
+TEST(NameHash, HasTwoKeys) {
+  std::mt19937_64 random(2);
+  for (int i = 0; i < 100; ++i) {
+    const std::uint64_t first = random();
+    const std::uint64_t second = random();
+    EXPECT_NE(words_hash(first, second), words_hash(~second, ~first));
+    EXPECT_NE(words_hash(first, second), words_hash(second, first));
+  }
 }
 
 // Against a plain list of pairs, across the size from which an index is kept.
@@ -190,6 +304,11 @@ TEST(Mapping, AgreesWithAScan) {
         found->second = i;
       }
       mapping.set(key, i);
+      if (key.is_text() && random() % 16 == 0) {
+        ASSERT_TRUE(mapping.erase(key.get_text()));
+        plain.erase(std::find_if(plain.begin(), plain.end(), same));
+        ASSERT_EQ(mapping.find_key(key), nullptr);
+      }
     }
     const Mapping copy = Value(mapping).as_mapping();
     ASSERT_EQ(copy.size(), plain.size());

@@ -55,7 +55,7 @@ MUTATIONS = [
     ("utils/text_values.cpp", "array->depth <= deepest_array", "array->depth < deepest_array"),
     ("utils/text_values.cpp", "(end - run) % 2 == 1", "end > run"),
     ("value/value.cpp", "digits10 + 2) {", "digits10 + 1) {"),
-    ("value/value.cpp", "text.find('\\'') != text.npos && ", ""),
+    ("value/display.cpp", "text.find('\\'') != text.npos && ", ""),
 ]
 
 

@@ -21,16 +21,21 @@
 
 #include <array>
 #include <bit>
+#include <cassert>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <iosfwd>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -39,11 +44,9 @@
 
 namespace tool_binding {
 
+class List;
 class Mapping;
 class Value;
-
-// The items of a list value.
-using List = std::vector<Value>;
 
 enum class Kind : std::uint8_t { none, boolean, integer, float_, text, list, mapping, object };
 
@@ -183,7 +186,10 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] bool as_boolean() const {
     return require(is_boolean(), Kind::boolean).get_boolean();
   }
-  [[nodiscard]] bool get_boolean() const noexcept { return payload<std::uint64_t>() != 0; }
+  [[nodiscard]] bool get_boolean() const noexcept {
+    assert(is_boolean());
+    return payload<std::uint64_t>() != 0;
+  }
 
   [[nodiscard]] bool is_integer() const noexcept {
     return tag() == Tag::small_integer || tag() == Tag::big_integer;
@@ -195,6 +201,7 @@ class TOOL_BINDING_EXPORT Value {
     return require(is_integer(), Kind::integer).get_integer();
   }
   [[nodiscard]] Integer get_integer() const noexcept {
+    assert(is_integer());
     return tag() == Tag::small_integer ? Integer(payload<std::int64_t>()) : Integer(heap_text());
   }
 
@@ -205,14 +212,20 @@ class TOOL_BINDING_EXPORT Value {
     return is_int64() ? std::optional(get_int64()) : std::nullopt;
   }
   [[nodiscard]] std::int64_t as_int64() const;
-  [[nodiscard]] std::int64_t get_int64() const noexcept { return payload<std::int64_t>(); }
+  [[nodiscard]] std::int64_t get_int64() const noexcept {
+    assert(is_int64());
+    return payload<std::int64_t>();
+  }
 
   [[nodiscard]] bool is_float() const noexcept { return tag() == Tag::float_; }
   [[nodiscard]] std::optional<double> if_float() const noexcept {
     return is_float() ? std::optional(get_float()) : std::nullopt;
   }
   [[nodiscard]] double as_float() const { return require(is_float(), Kind::float_).get_float(); }
-  [[nodiscard]] double get_float() const noexcept { return payload<double>(); }
+  [[nodiscard]] double get_float() const noexcept {
+    assert(is_float());
+    return payload<double>();
+  }
 
   [[nodiscard]] bool is_text() const noexcept {
     return tag() >= Tag::inline_text || tag() == Tag::heap_text;
@@ -224,44 +237,62 @@ class TOOL_BINDING_EXPORT Value {
     return require(is_text(), Kind::text).get_text();
   }
   [[nodiscard]] std::string_view get_text() const noexcept {
+    assert(is_text());
     return tag() >= Tag::inline_text ? std::string_view(bytes_.data(), inline_size()) : heap_text();
   }
 
   [[nodiscard]] bool is_list() const noexcept { return tag() == Tag::list; }
-  [[nodiscard]] const List* if_list() const noexcept { return is_list() ? &get_list() : nullptr; }
-  [[nodiscard]] List* if_list() noexcept { return is_list() ? &get_list() : nullptr; }
-  [[nodiscard]] const List& as_list() const { return require(is_list(), Kind::list).get_list(); }
-  [[nodiscard]] List& as_list() {
+  [[nodiscard]] const List* if_list() const& noexcept { return is_list() ? &get_list() : nullptr; }
+  [[nodiscard]] List* if_list() & noexcept { return is_list() ? &get_list() : nullptr; }
+  void if_list() && = delete;  // it would point into a value that is gone
+  [[nodiscard]] const List& as_list() const& { return require(is_list(), Kind::list).get_list(); }
+  [[nodiscard]] List& as_list() & {
     require(is_list(), Kind::list);
     return get_list();
   }
-  [[nodiscard]] const List& get_list() const noexcept;
-  [[nodiscard]] List& get_list() noexcept;
+  // Of a value that is going, the items themselves: `for (Value& v : parse_json(text).as_list())`
+  // is safe. The value is left an empty list.
+  [[nodiscard]] List as_list() &&;
+  [[nodiscard]] const List& get_list() const& noexcept;
+  [[nodiscard]] List& get_list() & noexcept;
+  [[nodiscard]] List get_list() && noexcept;
 
   [[nodiscard]] bool is_mapping() const noexcept { return tag() == Tag::mapping; }
-  [[nodiscard]] const Mapping* if_mapping() const noexcept {
+  [[nodiscard]] const Mapping* if_mapping() const& noexcept {
     return is_mapping() ? &get_mapping() : nullptr;
   }
-  [[nodiscard]] Mapping* if_mapping() noexcept { return is_mapping() ? &get_mapping() : nullptr; }
-  [[nodiscard]] const Mapping& as_mapping() const {
+  [[nodiscard]] Mapping* if_mapping() & noexcept { return is_mapping() ? &get_mapping() : nullptr; }
+  void if_mapping() && = delete;  // it would point into a value that is gone
+  [[nodiscard]] const Mapping& as_mapping() const& {
     return require(is_mapping(), Kind::mapping).get_mapping();
   }
-  [[nodiscard]] Mapping& as_mapping() {
+  [[nodiscard]] Mapping& as_mapping() & {
     require(is_mapping(), Kind::mapping);
     return get_mapping();
   }
-  [[nodiscard]] const Mapping& get_mapping() const noexcept;
-  [[nodiscard]] Mapping& get_mapping() noexcept;
+  // Of a value that is going, the entries themselves. The value is left an empty mapping.
+  [[nodiscard]] Mapping as_mapping() &&;
+  [[nodiscard]] const Mapping& get_mapping() const& noexcept;
+  [[nodiscard]] Mapping& get_mapping() & noexcept;
+  [[nodiscard]] Mapping get_mapping() && noexcept;
 
   [[nodiscard]] bool is_object() const noexcept { return tag() == Tag::object; }
   // Null for another kind, never for an object.
   [[nodiscard]] std::shared_ptr<Object> if_object() const noexcept {
     return is_object() ? get_object() : nullptr;
   }
-  [[nodiscard]] const std::shared_ptr<Object>& as_object() const {
+  [[nodiscard]] const std::shared_ptr<Object>& as_object() const& {
     return require(is_object(), Kind::object).get_object();
   }
+  [[nodiscard]] std::shared_ptr<Object> as_object() && { return std::as_const(*this).as_object(); }
   [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
+  // The object as the class that it was made of. Null for another kind and for an object of
+  // another class.
+  //   context.at("repository").object_as<Repository>()
+  template <std::derived_from<Object> T>
+  [[nodiscard]] std::shared_ptr<T> object_as() const noexcept {
+    return is_object() ? std::dynamic_pointer_cast<T>(get_object()) : nullptr;
+  }
 
   friend bool operator==(const Value& left, const Value& right) {
     return left.is_plain() || right.is_plain() ? same_bytes(left, right) : equal(left, right);
@@ -382,6 +413,41 @@ inline Value::Words Value::inline_words(std::string_view text) noexcept {
   return {first, second};
 }
 
+// The items of a list value, in contiguous memory: a std::vector with a different rule for braces.
+//
+//   List{1, "a", true}         three items
+//   List(3)                    three times none
+//   List{List{1}}              [1]: a copy of the inner list, as Value{x} is x
+//   List{Value(List{1}), 2}    [[1], 2]
+//
+// A list among the items is written as a Value: compilers disagree on what List{List{1}} would mean
+// otherwise. List{List{1}, 2} does not compile.
+class List : public std::vector<Value> {
+ public:
+  // What braces take: anything a Value is made of, but a List. It is moved from once.
+  class Item {
+   public:
+    template <class T>
+    requires(std::convertible_to<T, Value> &&
+             !std::derived_from<std::remove_cvref_t<T>, std::vector<Value>>) Item(T&& content)
+        : value_(std::forward<T>(content)) {}
+
+   private:
+    friend class List;
+    mutable Value value_;  // elements of a std::initializer_list are const
+  };
+
+  List() noexcept = default;
+  explicit List(size_type count) : vector(count) {}
+  List(std::vector<Value> items) noexcept : vector(std::move(items)) {}
+  List(std::initializer_list<Item> items) {
+    reserve(items.size());
+    for (const Item& item : items) push_back(std::move(item.value_));
+  }
+  template <std::input_iterator Iterator>
+  List(Iterator first, Iterator last) : vector(first, last) {}
+};
+
 // Values by name, in the order in which the names were first set: setting a name that is present
 // replaces its value and keeps its position.
 //
@@ -394,15 +460,41 @@ inline Value::Words Value::inline_words(std::string_view text) noexcept {
 // with a key of its own process, so that no client can choose names that collide.
 class TOOL_BINDING_EXPORT Mapping {
  public:
+  // A name and its value. The value can be changed in place, the name cannot: an entry is never
+  // assigned to, so that no algorithm can part the entries from the index.
+  //   for (auto& [name, value] : mapping) value = text_form(value);
   class Entry {
    public:
     template <class Key, class Content>
     Entry(Key&& key, Content&& content)
         : value(std::forward<Content>(content)), key_(std::forward<Key>(key)) {}
+    Entry(const Entry& other) = default;
+    Entry(Entry&& other) noexcept = default;
+    Entry& operator=(const Entry&) = delete;
+    Entry& operator=(Entry&&) = delete;
+    ~Entry() = default;
 
     [[nodiscard]] const Value& key() const noexcept { return key_; }
-    // The key's text. Precondition: the key is text.
+    // The key's text. Precondition, asserted in debug builds: the key is text.
     [[nodiscard]] std::string_view name() const noexcept { return key_.get_text(); }
+
+    // For structured bindings: the name, then the value. Throws TypeError when the key is no text.
+    template <std::size_t index>
+    [[nodiscard]] decltype(auto) get() const {
+      if constexpr (index == 0) {
+        return key_.as_text();
+      } else {
+        return (value);
+      }
+    }
+    template <std::size_t index>
+    [[nodiscard]] decltype(auto) get() {
+      if constexpr (index == 0) {
+        return key_.as_text();
+      } else {
+        return (value);
+      }
+    }
 
     friend bool operator==(const Entry& left, const Entry& right) {
       return left.key_ == right.key_ && left.value == right.value;
@@ -420,6 +512,7 @@ class TOOL_BINDING_EXPORT Mapping {
   using const_iterator = std::vector<Entry>::const_iterator;
 
   constexpr Mapping() noexcept = default;
+  // Copying takes all that the entries hold; like Value's, it uses no stack.
   Mapping(const Mapping& other) = default;
   Mapping(Mapping&& other) noexcept = default;
   // A mapping may be replaced by one that stands inside it.
@@ -458,11 +551,19 @@ class TOOL_BINDING_EXPORT Mapping {
     return find(name) != nullptr;
   }
   // Throws std::out_of_range, naming the name, when it is absent.
-  [[nodiscard]] const Value& at(std::string_view name) const;
+  [[nodiscard]] const Value& at(std::string_view name) const&;
+  [[nodiscard]] Value& at(std::string_view name) & {
+    return const_cast<Value&>(std::as_const(*this).at(name));
+  }
+  [[nodiscard]] Value at(std::string_view name) && { return std::move(at(name)); }
 
   // Returns the value as it stands in the mapping. Throws TypeError when the key is a list or a
   // mapping. Cost: constant, amortised.
   Value& set(Value key, Value value);
+
+  // Removes the entry of a text key; those behind it move up. Returns whether there was one. Throws
+  // std::bad_alloc, with nothing changed. Cost: linear in the number of entries.
+  bool erase(std::string_view name);
 
   friend bool operator==(const Mapping& left, const Mapping& right) {
     return left.entries_ == right.entries_;
@@ -497,10 +598,39 @@ class TOOL_BINDING_EXPORT Mapping {
 // Floats: the shortest digits that read back as the same float. Cost: linear in what is shown.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Value& value);
 
+// The same of a mapping or a list that is not in a Value, without a copy of it.
+[[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Mapping& mapping);
+[[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const List& list);
+
+// Writes the display_form: for logs, and for what a test prints.
+TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const Value& value);
+TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const Mapping& mapping);
+TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const List& list);
+
 // The version of the Unicode Character Database that white space, digits, letter case and
 // printability are taken from, for instance "15.0.0".
 [[nodiscard]] TOOL_BINDING_EXPORT std::string_view unicode_version() noexcept;
 
+// What the layout of Value assumes of a platform.
+static_assert(sizeof(void*) == sizeof(std::uint64_t), "a pointer has 64 bits");
+static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big,
+              "bytes are in one of the two usual orders");
+static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t),
+              "a float has the 64 bits of IEEE 754");
+static_assert(sizeof(Value) == 16 && sizeof(Mapping::Entry) == 32);
+
 }  // namespace tool_binding
+
+// Structured bindings of Mapping::Entry.
+template <>
+struct std::tuple_size<tool_binding::Mapping::Entry> : std::integral_constant<std::size_t, 2> {};
+template <>
+struct std::tuple_element<0, tool_binding::Mapping::Entry> {
+  using type = std::string_view;
+};
+template <>
+struct std::tuple_element<1, tool_binding::Mapping::Entry> {
+  using type = tool_binding::Value;
+};
 
 #endif  // TOOL_BINDING_VALUE_HPP_

@@ -4,7 +4,7 @@
 // A Value as a sequence of events, and back: what a reader or writer of a data format needs.
 //
 //   ValueBuilder builder;
-//   visit_events(value, builder);   // the events that visit_events makes build an equal value
+//   visit_events(value, builder);   // the events of a value build an equal value
 //   builder.take() == value
 //
 // Neither direction uses the stack, however deep a value is nested. Both take linear time.
@@ -19,80 +19,134 @@
 
 namespace tool_binding {
 
-// Calls `events` for `root` and all that stands in it, in order:
-//   begin_list(const List&), its items, end_list();
-//   begin_mapping(const Mapping&), key(const Value&) before each value, end_mapping();
-//   leaf(const Value&) for every other kind.
+// What visit_events calls; what the calls return is ignored.
+//
+//   begin_list(const List&), its items, end_list()
+//   begin_mapping(const Mapping&), key(const Value&) before each value, end_mapping()
+//   leaf(const Value&) for every other kind
 template <class Events>
-void visit_events(const Value& root, Events& events) {
-  struct Open {
-    const Value* container;
-    std::size_t next;
-  };
-  std::vector<Open> open;
-  const auto enter = [&](const Value& value) {
+concept ValueEvents = requires(Events& events, const List& list, const Mapping& mapping,
+                               const Value& value) {
+  events.begin_list(list);
+  events.end_list();
+  events.begin_mapping(mapping);
+  events.key(value);
+  events.end_mapping();
+  events.leaf(value);
+};
+
+// Walks one value, a list or a mapping with its own list of what is open. Used by visit_events.
+template <ValueEvents Events>
+class EventWalk {
+ public:
+  explicit EventWalk(Events& events) noexcept : events_(events) {}
+
+  void enter(const Value& value) {
     if (const List* list = value.if_list()) {
-      events.begin_list(*list);
+      enter(*list);
     } else if (const Mapping* mapping = value.if_mapping()) {
-      events.begin_mapping(*mapping);
+      enter(*mapping);
     } else {
-      return events.leaf(value);
-    }
-    open.push_back({&value, 0});
-  };
-  enter(root);
-  while (!open.empty()) {
-    const Value& container = *open.back().container;
-    const std::size_t next = open.back().next++;
-    if (const List* list = container.if_list()) {
-      if (next < list->size()) {
-        enter((*list)[next]);
-      } else {
-        open.pop_back();
-        events.end_list();
-      }
-      continue;
-    }
-    const Mapping& mapping = container.get_mapping();
-    if (next < mapping.size()) {
-      const Mapping::Entry& entry = *(mapping.begin() + static_cast<std::ptrdiff_t>(next));
-      events.key(entry.key());
-      enter(entry.value);
-    } else {
-      open.pop_back();
-      events.end_mapping();
+      static_cast<void>(events_.leaf(value));
     }
   }
+  void enter(const List& list) {
+    static_cast<void>(events_.begin_list(list));
+    open_.push_back({&list, nullptr});
+  }
+  void enter(const Mapping& mapping) {
+    static_cast<void>(events_.begin_mapping(mapping));
+    open_.push_back({nullptr, &mapping});
+  }
+  void finish() {
+    while (!open_.empty()) open_.back().list != nullptr ? step_in_list() : step_in_mapping();
+  }
+
+ private:
+  struct Open {
+    const List* list;
+    const Mapping* mapping;
+    std::size_t next = 0;
+  };
+
+  void step_in_list() {
+    Open& open = open_.back();
+    if (open.next < open.list->size()) return enter((*open.list)[open.next++]);
+    open_.pop_back();
+    static_cast<void>(events_.end_list());
+  }
+  void step_in_mapping() {
+    Open& open = open_.back();
+    if (open.next < open.mapping->size()) {
+      const auto& entry = *(open.mapping->begin() + static_cast<std::ptrdiff_t>(open.next++));
+      static_cast<void>(events_.key(entry.key()));
+      return enter(entry.value);
+    }
+    open_.pop_back();
+    static_cast<void>(events_.end_mapping());
+  }
+
+  Events& events_;
+  std::vector<Open> open_;
+};
+
+// Calls `events` for `root` (a Value, a List or a Mapping) and all that it holds, in order. An
+// exception from a call ends the walk and passes through. Nothing may change `root` meanwhile.
+template <class Root, ValueEvents Events>
+void visit_events(const Root& root, Events& events) {
+  EventWalk<Events> walk(events);
+  walk.enter(root);
+  walk.finish();
 }
 
-// Builds one value from events in their order. In a mapping, each value is preceded by its key; a
-// repeated key takes the later value and keeps its first position.
+// Builds one value from events in their order. A repeated key takes the later value and keeps its
+// first position.
+//
+//   ValueBuilder builder;
+//   builder.begin_mapping();
+//   builder.key("ids");
+//   builder.begin_list();
+//   builder.leaf(1);
+//   builder.end_list();
+//   builder.end_mapping();
+//   display_form(builder.take()) == "{'ids': [1]}"
+//
+// Preconditions, asserted in debug builds: in a mapping each value has a key before it, and nothing
+// else has; what ends is what was begun last; there is one value until take().
+// A call that throws std::bad_alloc leaves the builder fit only to be destroyed.
 class TOOL_BINDING_EXPORT ValueBuilder {
  public:
-  void begin_list() { open(Value(List())); }
-  void begin_mapping();
-  void key(Value key);
-  void leaf(Value value) { place(std::move(value)); }
-  void end_list() { open_.pop_back(); }
-  void end_mapping() { open_.pop_back(); }
+  ValueBuilder() noexcept = default;
+  // It points into the value that it builds.
+  ValueBuilder(const ValueBuilder&) = delete;
+  ValueBuilder& operator=(const ValueBuilder&) = delete;
 
-  // The forms that visit_events calls.
+  void begin_list();
+  void end_list();
+  void begin_mapping();
+  // Throws TypeError when the key is a list or a mapping.
+  void key(Value key);
+  void end_mapping();
+  void leaf(Value value);
+
+  // The forms that visit_events calls: they make room for as many items or names.
   void begin_list(const List& list);
   void begin_mapping(const Mapping& mapping);
 
   // How many lists and mappings are open.
   [[nodiscard]] std::size_t depth() const noexcept { return open_.size(); }
-  // The built value, none before any event. The builder is then as new.
+  // The built value, none before any event; whatever is open ends here. The builder is then as new.
   [[nodiscard]] Value take() noexcept;
 
  private:
   Value& place(Value value);
-  void open(Value container) { open_.push_back(&place(std::move(container))); }
+  void open(Value container);
 
   Value root_;
   // Only the innermost container grows, so the addresses of those around it hold.
   std::vector<Value*> open_;
   Value* slot_ = nullptr;  // where the value of the last key belongs
+  bool has_root_ = false;
 };
 
 }  // namespace tool_binding

@@ -73,7 +73,8 @@ struct MappingAccess {
     auto& entries = mapping.entries_;
     const auto& others = all.entries_;
     const std::size_t size = entries.size();
-    entries.insert(entries.end(), others.begin() + std::ssize(entries), others.end());
+    entries.reserve(others.size());
+    for (std::size_t i = size; i < others.size(); ++i) entries.push_back(others[i]);
     const Mapping::Entry* const first = entries.data();
     const Mapping::Entry* left = first + size;
     Mapping::Entry* place = entries.data() + others.size();

@@ -15,12 +15,17 @@ std::uint64_t word_at(const char* bytes) noexcept {
 
 }  // namespace
 
-// From where the loader put the program and when it first asked: neither is known to a client.
-std::uint64_t make_process_key() noexcept {
+// From where the loader put the program and the stack, and from when they are first asked for: a
+// client knows neither. The constants are odd and have no relation to hash_spread.
+HashKeys make_process_keys() noexcept {
   static const char anchor = 0;
-  const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-  return folded_product(reinterpret_cast<std::uintptr_t>(&anchor) ^ hash_spread,
-                        static_cast<std::uint64_t>(now) ^ 0xd1342543de82ef95U);
+  const char local = 0;
+  const auto program = reinterpret_cast<std::uintptr_t>(&anchor);
+  const auto stack = reinterpret_cast<std::uintptr_t>(&local);
+  const auto now =
+      static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  const std::uint64_t first = folded_product(program ^ hash_spread, now ^ 0xd1342543de82ef95U);
+  return {first, folded_product(stack ^ 0xaf251af3b0f025b5U, first ^ 0xb564ef22ec7aece5U ^ now)};
 }
 
 std::uint64_t name_hash(std::string_view name) noexcept {

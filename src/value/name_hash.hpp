@@ -10,11 +10,17 @@
 
 namespace tool_binding {
 
-// Drawn when it is first asked for.
-[[nodiscard]] std::uint64_t make_process_key() noexcept;
-[[nodiscard]] inline std::uint64_t process_key() noexcept {
-  static const std::uint64_t key = make_process_key();
-  return key;
+// Two keys, so that no pair of words is known to collide under every key.
+struct HashKeys {
+  std::uint64_t first;
+  std::uint64_t second;
+};
+
+// Drawn when they are first asked for.
+[[nodiscard]] HashKeys make_process_keys() noexcept;
+[[nodiscard]] inline const HashKeys& process_keys() noexcept {
+  static const HashKeys keys = make_process_keys();
+  return keys;
 }
 
 inline constexpr std::uint64_t hash_spread = 0x9e3779b97f4a7c15U;
@@ -27,11 +33,11 @@ inline constexpr std::uint64_t hash_spread = 0x9e3779b97f4a7c15U;
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-// Of 16 bytes. One product leaves names that differ in few bits close together; the second parts
-// them.
+// Of 16 bytes. One product leaves names that differ in few bits close together; the second
+// separates them.
 [[nodiscard]] inline std::uint64_t words_hash(std::uint64_t first, std::uint64_t second) noexcept {
-  const std::uint64_t key = process_key();
-  return folded_product(folded_product(first ^ key, second ^ ~key), hash_spread);
+  const HashKeys& keys = process_keys();
+  return folded_product(folded_product(first ^ keys.first, second ^ keys.second), hash_spread);
 }
 
 // Of a longer text. Cost: linear.

@@ -150,10 +150,9 @@ std::partial_ordering compare_mixed(Integer integer, double number) {
   if (is_exact_float(integer)) return static_cast<double>(integer.int64()) <=> number;
   if (std::isnan(number)) return std::partial_ordering::unordered;
   if (std::isinf(number)) return 0.0 <=> number;
-  const double whole = std::trunc(number);
-  const std::strong_ordering by_whole =
-      compare_integers(integer, integer_part(number).get_integer());
-  return by_whole != 0 ? std::partial_ordering(by_whole) : whole <=> number;
+  // Beyond 2^53 a float that is near has no fraction.
+  const Value whole = integer_part(number);
+  return compare_integers(integer, whole.get_integer());
 }
 
 }  // namespace
