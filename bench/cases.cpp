@@ -64,9 +64,8 @@ Mapping with_all_of(std::size_t params) {
 ToolTable registry_of(std::size_t count) {
   std::vector<ToolSpec> tools = {code_search_tool()};
   while (tools.size() < count) {
-    tools.emplace_back(
-        "tool_" + padded(tools.size(), 4), std::vector<ActionSpec>{},
-        std::vector<ParamSpec>{{.name = "path"}, {.name = "limit", .type = "integer"}});
+    tools.push_back(ToolSpec({.name = "tool_" + padded(tools.size(), 4),
+                              .params = {{.name = "path"}, {.name = "limit", .type = "integer"}}}));
   }
   return ToolTable(std::move(tools));
 }
@@ -106,37 +105,38 @@ std::vector<Case> made_cases() {
 
 ToolSpec code_search_tool() {
   return ToolSpec(
-      "code_search", {},
-      {{.name = "query", .synonyms = {"q", "pattern"}, .required = true},
-       {.name = "path", .synonyms = {"file"}},
-       {.name = "limit", .type = "integer", .minimum = 1, .maximum = 1000, .default_ = 50},
-       {.name = "offset", .type = "integer", .minimum = 0},
-       {.name = "context", .type = "number", .minimum = 0, .maximum = 10, .default_ = 2},
-       {.name = "case_sensitive", .type = "boolean", .default_ = true},
-       {.name = "regex", .type = "boolean"},
-       {.name = "kind",
-        .enum_ = {"any", "function", "class", "variable", "file", "comment"},
-        .default_ = "any"},
-       {.name = "languages", .type = "array", .items_type = "string"},
-       {.name = "since"}});
+      {.name = "code_search",
+       .params = {
+           {.name = "query", .synonyms = {"q", "pattern"}, .required = true},
+           {.name = "path", .synonyms = {"file"}},
+           {.name = "limit", .type = "integer", .minimum = 1, .maximum = 1000, .default_ = 50},
+           {.name = "offset", .type = "integer", .minimum = 0},
+           {.name = "context", .type = "number", .minimum = 0, .maximum = 10, .default_ = 2},
+           {.name = "case_sensitive", .type = "boolean", .default_ = true},
+           {.name = "regex", .type = "boolean"},
+           {.name = "kind",
+            .enum_ = {"any", "function", "class", "variable", "file", "comment"},
+            .default_ = "any"},
+           {.name = "languages", .type = "array", .items_type = "string"},
+           {.name = "since"}}});
 }
 
 ToolSpec branches_tool() {
-  return ToolSpec("branches",
-                  {{.name = "list", .synonyms = {"ls"}},
-                   {.name = "create", .synonyms = {"new", "add"}},
-                   {.name = "delete", .synonyms = {"remove"}},
-                   {.name = "rename", .synonyms = {"move"}}},
-                  {{.name = "name", .required_for = {"create", "delete", "rename"}},
-                   {.name = "new_name", .synonyms = {"to"}, .required_for = {"rename"}},
-                   {.name = "base", .synonyms = {"from"}, .default_ = "HEAD"},
-                   {.name = "force", .type = "boolean", .default_ = false},
-                   {.name = "limit",
-                    .type = "integer",
-                    .minimum = 1,
-                    .maximum = 500,
-                    .action_defaults = {{"list", 100}}}},
-                  "list");
+  return ToolSpec({.name = "branches",
+                   .actions = {{.name = "list", .synonyms = {"ls"}},
+                               {.name = "create", .synonyms = {"new", "add"}},
+                               {.name = "delete", .synonyms = {"remove"}},
+                               {.name = "rename", .synonyms = {"move"}}},
+                   .params = {{.name = "name", .required_for = {"create", "delete", "rename"}},
+                              {.name = "new_name", .synonyms = {"to"}, .required_for = {"rename"}},
+                              {.name = "base", .synonyms = {"from"}, .default_ = "HEAD"},
+                              {.name = "force", .type = "boolean", .default_ = false},
+                              {.name = "limit",
+                               .type = "integer",
+                               .minimum = 1,
+                               .maximum = 500,
+                               .action_defaults = {{"list", 100}}}},
+                   .default_action = "list"});
 }
 
 ToolSpec wide_tool(std::size_t params) {
@@ -144,7 +144,7 @@ ToolSpec wide_tool(std::size_t params) {
   for (std::size_t i = 0; i < params; ++i) {
     specs.push_back({.name = "p" + std::to_string(i), .type = "integer"});
   }
-  return ToolSpec("wide_" + std::to_string(params), {}, std::move(specs));
+  return ToolSpec({.name = "wide_" + std::to_string(params), .params = std::move(specs)});
 }
 
 const std::vector<Case>& cases() {

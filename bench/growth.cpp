@@ -135,19 +135,22 @@ Mapping arguments_named(std::string_view stem, std::size_t count) {
 
 // Tools.
 
-ToolSpec tool_with(ParamSpec param) { return ToolSpec("tool", {}, {std::move(param)}); }
+ToolSpec tool_with(ParamSpec param) {
+  return ToolSpec({.name = "tool", .params = {std::move(param)}});
+}
 
 // A parameter of each type, under the type's name, and an enumeration.
 const ToolSpec& plain_tool() {
   static const ToolSpec tool(
-      "tool", {{"read", {"show"}}, {"write"}},
-      {{.name = "integer", .type = "integer", .minimum = -1000, .maximum = 1000},
-       {.name = "number", .type = "number", .minimum = -1e9, .maximum = 1e9},
-       {.name = "boolean", .type = "boolean"},
-       {.name = "string"},
-       {.name = "array", .type = "array", .items_type = "string"},
-       {.name = "enumeration", .enum_ = {"first", "second"}}},
-      "read");
+      {.name = "tool",
+       .actions = {{"read", {"show"}}, {"write"}},
+       .params = {{.name = "integer", .type = "integer", .minimum = -1000, .maximum = 1000},
+                  {.name = "number", .type = "number", .minimum = -1e9, .maximum = 1e9},
+                  {.name = "boolean", .type = "boolean"},
+                  {.name = "string"},
+                  {.name = "array", .type = "array", .items_type = "string"},
+                  {.name = "enumeration", .enum_ = {"first", "second"}}},
+       .default_action = "read"});
   return tool;
 }
 
@@ -156,7 +159,7 @@ ToolSpec wide_tool(std::size_t count, bool required) {
   for (std::string& name : names("p", count)) {
     params.push_back({.name = std::move(name), .required = required});
   }
-  return ToolSpec("wide", {}, std::move(params));
+  return ToolSpec({.name = "wide", .params = std::move(params)});
 }
 
 std::string tools_file(std::size_t count) {
@@ -405,7 +408,7 @@ void add_tools(std::vector<Case>& cases) {
                    }});
   cases.push_back({"tools of a file, published", many, [](std::size_t count) -> Run {
                      ToolTable table(read_tools(parse_json(tools_file(count))).tools);
-                     return [table = std::move(table)] { (void)published_tools(table); };
+                     return [table = std::move(table)] { (void)publish_tools(table); };
                    }});
   cases.push_back({"tools, a name that none has", many, [](std::size_t count) -> Run {
                      ToolTable table(read_tools(parse_json(tools_file(count))).tools);

@@ -23,14 +23,16 @@ class Repository : public Object {
 
 ToolTable tools() {
   const ToolSpec search(
-      "search", {},
-      {{.name = "query", .synonyms = {"q", "pattern"}, .required = true},
-       {.name = "limit", .type = "integer", .minimum = 1, .maximum = 100, .default_ = 20},
-       {.name = "paths", .type = "array", .items_type = "string"}});
-  const ToolSpec branches("branches", {{"list", {"ls"}}, {"create", {"new"}}},
-                          {{.name = "name", .required_for = {"create"}},
-                           {.name = "base", .action_defaults = {{"create", "HEAD"}}}},
-                          "list");
+      {.name = "search",
+       .params = {
+           {.name = "query", .synonyms = {"q", "pattern"}, .required = true},
+           {.name = "limit", .type = "integer", .minimum = 1, .maximum = 100, .default_ = 20},
+           {.name = "paths", .type = "array", .items_type = "string"}}});
+  const ToolSpec branches({.name = "branches",
+                           .actions = {{"list", {"ls"}}, {"create", {"new"}}},
+                           .params = {{.name = "name", .required_for = {"create"}},
+                                      {.name = "base", .action_defaults = {{"create", "HEAD"}}}},
+                           .default_action = "list"});
   return ToolTable({search, branches});
 }
 

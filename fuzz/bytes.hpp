@@ -141,7 +141,11 @@ inline ToolSpec any_tool(Bytes& bytes, std::string name, bool publishable) {
   for (std::string& param : any_names(bytes, most, publishable)) {
     params.push_back(any_param(bytes, std::move(param), actions, publishable));
   }
-  return ToolSpec(std::move(name), std::move(actions), std::move(params), first, bytes.text());
+  return ToolSpec({.name = std::move(name),
+                   .description = bytes.text(),
+                   .actions = std::move(actions),
+                   .params = std::move(params),
+                   .default_action = first});
 }
 
 }  // namespace tool_binding

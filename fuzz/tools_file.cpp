@@ -16,14 +16,14 @@ void check_problems(const std::vector<SchemaProblem>& problems) {
 }
 
 void check_read_back(const ToolTable& tools) {
-  const Value published = published_tools(tools);
+  const Value published = publish_tools(tools);
   const std::string shown = display_form(published);
   ToolsReading again = read_tools(published);
   check_problems(again.warnings);
   check(again.errors.empty(), "what is published has no errors", shown,
         again.errors.empty() ? "" : problem_line(again.errors.front()));
   const ToolTable same(std::move(again.tools));
-  check(display_form(published_tools(same)) == shown, "published again", shown);
+  check(display_form(publish_tools(same)) == shown, "published again", shown);
   const bool has_nan = shown.find("nan") != shown.npos;  // which equals nothing
   check(same == tools || has_nan, "the same tools", shown);
 }

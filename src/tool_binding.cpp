@@ -4,11 +4,11 @@
 #include <memory>
 
 #include "registry/tool_index.hpp"
+#include "schemas/effective_action.hpp"
 #include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/similarity.hpp"
 #include "text/trim.hpp"
-#include "tool_binding/tool_schemas.hpp"
 #include "tool_binding/utils/text_values.hpp"
 #include "tool_binding_private.hpp"
 #include "value/mapping_access.hpp"
@@ -167,8 +167,8 @@ void Normalizing_::_unknown_parameter(std::string_view name) {
 Value Normalizing_::_coerced(const ParamIndex& param, Argument_ argument) {
   auto [value, failure] = _converted(param, argument);
   if (failure != Coercion_::Failure::none) {
-    _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ",
-              TYPE_WORDS_.at(param), ", not ", display_form(argument.value())});
+    _problem({"Parameter '", param.spec.name, "' of ", spec.name(), " must be ", _words(param),
+              ", not ", display_form(argument.value())});
     return {};
   }
   return param.admits(value) ? std::move(value) : _within(param, std::move(value));
@@ -176,6 +176,7 @@ Value Normalizing_::_coerced(const ParamIndex& param, Argument_ argument) {
 
 // An integer too large for a float is the one value that ends the admission of a request.
 Coercion_ Normalizing_::_converted(const ParamIndex& param, const Argument_& argument) const {
+  if (param.spec.custom != nullptr) return _custom(*param.spec.custom, argument.value());
   try {
     return COERCIONS_.at(param)(argument);
   } catch (const std::overflow_error&) {
@@ -190,18 +191,20 @@ Coercion_ Normalizing_::_converted(const ParamIndex& param, const Argument_& arg
   }
 }
 
-// The value of the declared type within the enumeration or the bounds.
+// The value of the declared type within the enumeration or the bounds. A list without an
+// enumeration is looked into only for its items to be made text.
 Value Normalizing_::_within(const ParamIndex& param, Value&& value) {
-  List* items = value.if_list();
-  if (items != nullptr && param.has_text_items) {
-    for (Value& item : *items) {
-      if (!item.is_text()) item = text_form(item);
-    }
+  List* items = param.spec.custom == nullptr ? value.if_list() : nullptr;
+  if (param.has_enum) {
+    if (items != nullptr) return _enum_items(param, *items);
+    const std::string* entry = _enum_value(param, TextForm(value));
+    return entry != nullptr ? Value(*entry) : Value();
   }
-  if (!param.has_enum) return _bounded(param.spec, std::move(value));
-  if (items != nullptr) return _enum_items(param, *items);
-  const std::string* entry = _enum_value(param, TextForm(value));
-  return entry != nullptr ? Value(*entry) : Value();
+  if (items == nullptr) return _bounded(param.spec, std::move(value));
+  for (Value& item : *items) {
+    if (!item.is_text()) item = text_form(item);
+  }
+  return std::move(value);
 }
 
 Value Normalizing_::_enum_items(const ParamIndex& index, const List& items) {
@@ -349,6 +352,22 @@ using Failure = Coercion_::Failure;
 Coercion_ failed(Failure failure) noexcept { return {{}, failure}; }
 
 }  // namespace
+
+std::string_view _words(const ParamIndex& param) {
+  return param.spec.custom != nullptr ? param.spec.custom->words : TYPE_WORDS_.at(param);
+}
+
+Coercion_ _custom(const CustomType& type, const Value& value) {
+  try {
+    std::optional<Value> taken = type.read(value);
+    if (taken && !taken->is_none()) return {*std::move(taken)};
+    return failed(Failure::value_error);
+  } catch (const std::invalid_argument&) {
+    return failed(Failure::value_error);
+  } catch (const TypeError&) {
+    return failed(Failure::type_error);
+  }
+}
 
 Coercion_ _integer(Argument_ argument) {
   const Value& value = argument.value();

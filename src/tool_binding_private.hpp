@@ -20,9 +20,6 @@
 
 namespace tool_binding {
 
-// The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
-inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
-
 // A value of the request: copied out of a request that stays the caller's, moved out of one that
 // was handed over. Moved at most once, and only when nothing can refuse it any more.
 class Argument_ {
@@ -105,6 +102,9 @@ void _missing(const ToolSpec& spec, const std::optional<std::string_view>& actio
               const Mapping& arguments, std::string& problems);
 [[nodiscard]] bool _given(const ParamSpec& param, const Value& value) noexcept;
 
+// What a parameter's values must be, in the words of a problem line.
+[[nodiscard]] std::string_view _words(const ParamIndex& param);
+[[nodiscard]] Coercion_ _custom(const CustomType& type, const Value& value);
 [[nodiscard]] Coercion_ _integer(Argument_ argument);
 [[nodiscard]] Coercion_ _number(Argument_ argument);
 [[nodiscard]] Coercion_ _boolean(Argument_ argument);

@@ -126,7 +126,7 @@ TEST(OutOfMemory, ChangesAMappingWhollyOrNotAtAll) {
 
 TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
   const std::string definitions[] = {
-      json_text(published_tools(sample_tools())),
+      json_text(publish_tools(sample_tools())),
       R"({"tools": [{"name": "t", "inputSchema": {"type": "object", "required": ["q"],
           "properties": {"p": {"type": ["string", "integer"], "format": [{"a": [1e5]}]},
                          "action": {"enum": ["get"], "default": "put"},
@@ -137,7 +137,7 @@ TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
       ToolsReading reading = read_tools(parse_json(definition));
       for (const SchemaProblem& error : reading.errors) EXPECT_FALSE(problem_line(error).empty());
       const ToolTable table(std::move(reading.tools));
-      EXPECT_EQ(table.empty() ? definition : json_text(published_tools(table)), definition);
+      EXPECT_EQ(table.empty() ? definition : json_text(publish_tools(table)), definition);
     });
   }
 }

@@ -58,13 +58,13 @@ class Random {
 };
 
 TEST(RoundTrip, ValuesAndTheirTextsComeOutAsTheyCameIn) {
-  const ToolSpec tool("t", {},
-                      {{.name = "i", .type = "integer"},
-                       {.name = "f", .type = "number"},
-                       {.name = "b", .type = "boolean"},
-                       {.name = "s", .blank_is_value = true},
-                       {.name = "l", .type = "array"},
-                       {.name = "e", .enum_ = {"Fast", "\u039f\u03a3"}}});
+  const ToolSpec tool({.name = "t",
+                       .params = {{.name = "i", .type = "integer"},
+                                  {.name = "f", .type = "number"},
+                                  {.name = "b", .type = "boolean"},
+                                  {.name = "s", .blank_is_value = true},
+                                  {.name = "l", .type = "array"},
+                                  {.name = "e", .enum_ = {"Fast", "\u039f\u03a3"}}}});
   const auto served = [&tool](const Mapping& request) {
     const std::string json = json_text(request);
     const NormalizedArguments admitted = normalize_arguments(tool, parse_json(json).as_mapping());
@@ -99,9 +99,9 @@ TEST(RoundTrip, DeclaredTextKeepsEveryByte) {
   constexpr std::string_view pieces[] = {"a",      {"\0", 1}, "\n",   "\x1f",         " ",
                                          "\x80",   "\xce",    "\xa3", "\xed\xa0\x80", "\u202e",
                                          "\u3000", "\u0130",  "\"",   "\xff\xfe"};
-  const ToolSpec tool("t", {},
-                      {{.name = "s", .blank_is_value = true},
-                       {.name = "l", .type = "array", .items_type = "string"}});
+  const ToolSpec tool({.name = "t",
+                       .params = {{.name = "s", .blank_is_value = true},
+                                  {.name = "l", .type = "array", .items_type = "string"}}});
   Random random(6);
   for (int round = 0; round < 50'000; ++round) {
     const std::string text = random.text_of(pieces);

@@ -23,7 +23,7 @@ inline ToolTable sample_tools() {
   std::vector<ToolSpec> tools = read_tools(parse_json(json)).tools;
   std::vector<ParamSpec> params;
   for (int i = 0; i < 20; ++i) params.push_back({.name = "parameter" + std::to_string(i)});
-  tools.emplace_back("wide", std::vector<ActionSpec>(), std::move(params));
+  tools.push_back(ToolSpec({.name = "wide", .params = std::move(params)}));
   return ToolTable(std::move(tools));
 }
 

@@ -14,14 +14,14 @@ TEST(Threads, GetTheAnswersOfOneThread) {
   constexpr int rounds = 20;
   set_tools(sample_tools());
   const std::vector<Request> requests = sample_requests();
-  const std::string definition = json_text(published_tools(TOOLS));
+  const std::string definition = json_text(publish_tools(TOOLS));
   const auto answers = [&](std::size_t first) {
     std::vector<std::string> all(requests.size() + 1);
     for (std::size_t i = first; i < first + requests.size(); ++i) {
       all[i % requests.size()] = all_answers(requests[i % requests.size()]);
     }
     const ToolTable read(read_tools(parse_json(definition)).tools);
-    all.back() = json_text(published_tools(read));
+    all.back() = json_text(publish_tools(read));
     return all;
   };
   // Nothing is atomic but the start, lest it orders what would race.

@@ -33,10 +33,11 @@ TEST_F(AnswerLine, IsAsWritten) {
 }
 
 TEST_F(AnswerLine, AnswersFaultsOfTheRegistry) {
-  set_tools(ToolTable({ToolSpec("odd", {},
-                                {{.name = "colour", .type = "colour"},
-                                 {.name = "size", .type = "integer", .minimum = "small"},
-                                 {.name = "depth", .type = "integer", .maximum = -1.0 / 0.0}})}));
+  set_tools(ToolTable(
+      {ToolSpec({.name = "odd",
+                 .params = {{.name = "colour", .type = "colour"},
+                            {.name = "size", .type = "integer", .minimum = "small"},
+                            {.name = "depth", .type = "integer", .maximum = -1.0 / 0.0}}})}));
   for (const std::string name : {"colour", "size", "depth"}) {
     const Value answer = parse_json(
         answer_line(R"({"tool": "odd", "arguments": {")" + name + "\": 1}}", false).line);
@@ -78,7 +79,7 @@ TEST_F(AnswerLine, DeepNestingIsAnswered) {
 }
 
 TEST(BuiltinTools, ReadBackFromTheirSchemaWithoutADoubt) {
-  const ToolsReading reading = read_tools(published_tools(builtin_tools()));
+  const ToolsReading reading = read_tools(publish_tools(builtin_tools()));
   EXPECT_TRUE(reading.errors.empty() && reading.warnings.empty());
   EXPECT_EQ(ToolTable(reading.tools), builtin_tools());
 }

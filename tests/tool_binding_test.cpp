@@ -72,7 +72,7 @@ TEST_F(ToolBinding, AdmitsInfinityAndBoundsThatCannotBePublished) {
       {{.name = "p", .type = "string", .minimum = 1, .maximum = 2}, 500, "{'p': '500'}"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(answer(ToolSpec("t", {}, {c.param}), {{"p", c.value}}), c.outcome);
+    EXPECT_EQ(answer(ToolSpec({.name = "t", .params = {c.param}}), {{"p", c.value}}), c.outcome);
   }
 }
 
@@ -89,7 +89,7 @@ TEST_F(ToolBinding, SecondSynonymIsReadWhenTheFirstFails) {
 // What ends admission names the tool and the parameter, and is never a line of a refusal.
 TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
   const auto failure = [](const ParamSpec& param, const Value& value) -> std::string {
-    const ToolSpec tool("t", {}, {param});
+    const ToolSpec tool({.name = "t", .params = {param}});
     try {
       return answer(tool, {{"p", value}});
     } catch (const std::overflow_error& error) {
@@ -146,7 +146,8 @@ TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
   }
   EXPECT_THROW(
       static_cast<void>(normalize_arguments(
-          ToolSpec("t", {}, {{.name = "p", .type = "number", .minimum = big}}), {{"p", 1}})),
+          ToolSpec({.name = "t", .params = {{.name = "p", .type = "number", .minimum = big}}}),
+          {{"p", 1}})),
       std::overflow_error);
   EXPECT_THROW(static_cast<void>(normalize_arguments("stat", {{"x", 1}})), UnknownToolError);
   Mapping numbered;
@@ -184,10 +185,69 @@ TEST_F(ToolBinding, AdmitsWithoutAnException) {
 #endif
 }
 
+// A tool that is not about one repository has names of its own for it.
+TEST_F(ToolBinding, ReadsRoutingNamesWhereTheyDoNotRoute) {
+  const ToolDefinition definition = {
+      .name = "fork", .params = {{.name = "repo", .required = true}, {.name = "repo_root"}}};
+  ToolDefinition own = definition;
+  own.routing = false;
+  EXPECT_EQ(answer(ToolSpec(definition), {{"repo", "a"}}), "refused: fork needs 'repo'");
+  EXPECT_EQ(answer(ToolSpec(own), {{"repo", 5}, {"repo_root", "b"}}),
+            "{'repo': '5', 'repo_root': 'b'}");
+  EXPECT_EQ(answer(ToolSpec({.name = "t", .routing = false}), {{"repo", 1}}),
+            "refused: Unknown parameter 'repo' for t. It takes none.");
+}
+
+TEST_F(ToolBinding, ReadsCustomKinds) {
+  const auto even = std::make_shared<const CustomType>(CustomType{
+      .words = "an even number", .read = [](const Value& sent) -> std::optional<Value> {
+        const std::int64_t number = sent.is_text() ? std::stoll(text_form(sent)) : sent.as_int64();
+        return number % 2 == 0 ? Value(number) : Value();
+      }});
+  const ToolSpec tool({.name = "t",
+                       .params = {{.name = "even",
+                                   .synonyms = {"e"},
+                                   .type = "integer",
+                                   .enum_ = {"ignored"},
+                                   .maximum = 100,
+                                   .custom = even},
+                                  {.name = "object", .custom = object_type()},
+                                  {.name = "any", .blank_is_value = true, .custom = any_type()},
+                                  {.name = "one", .custom = one_of({1, 2.5, "x", true, "True"})}}});
+  const struct {
+    Mapping request;
+    std::string_view outcome;
+  } cases[] = {
+      {{{"e", "8"}}, "{'even': 8} | 'e' was read as 'even' (alias)"},
+      {{{"even", 102}}, "{'even': 100} | 'even' 102 is above the maximum: 100 was used"},
+      {{{"even", 7}}, "refused: Parameter 'even' of t must be an even number, not 7"},
+      {{{"even", "many"}}, "refused: Parameter 'even' of t must be an even number, not 'many'"},
+      {{{"even", List{2}}}, "refused: Parameter 'even' of t must be an even number, not [2]"},
+      {{{"even", " "}}, "{}"},
+      {{{"object", Mapping{{"a", List{1}}}}}, "{'object': {'a': [1]}}"},
+      {{{"object", R"( {"a": null} )"}}, "{'object': {'a': None}}"},
+      {{{"object", "[1]"}}, "refused: Parameter 'object' of t must be an object, not '[1]'"},
+      {{{"object", 1}}, "refused: Parameter 'object' of t must be an object, not 1"},
+      {{{"any", ""}}, "{'any': ''}"},
+      {{{"any", List{1, "x"}}}, "{'any': [1, 'x']}"},
+      {{{"one", "1"}}, "{'one': 1}"},
+      {{{"one", "2.5"}}, "{'one': 2.5}"},
+      {{{"one", "True"}}, "{'one': 'True'}"},  // the text that is an entry comes before the boolean
+      {{{"one", 1.0}},
+       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 1.0"},
+      {{{"one", "X"}},
+       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 'X'"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(answer(tool, c.request), c.outcome);
+  EXPECT_THROW(static_cast<void>(one_of({})), std::invalid_argument);
+  EXPECT_THROW(static_cast<void>(one_of({1, Value()})), std::invalid_argument);
+}
+
 // An empty name is near to many, and no help.
 TEST_F(ToolBinding, OffersNoEmptyName) {
-  const ToolSpec tool("t", {},
-                      {{.name = "", .synonyms = {"x"}}, {.name = "long_name", .synonyms = {""}}});
+  const ToolSpec tool(
+      {.name = "t",
+       .params = {{.name = "", .synonyms = {"x"}}, {.name = "long_name", .synonyms = {""}}}});
   EXPECT_EQ(answer(tool, {{"y", 1}}),
             "refused: Unknown parameter 'y' for t. It takes: , long_name.");
   EXPECT_EQ(answer(tool, {{"xx", 1}}),
@@ -266,12 +326,15 @@ TEST_F(ToolBinding, BindsEveryDeclaredParameter) {
     Mapping handed_over = c.arguments;
     EXPECT_EQ(display_form(bind_arguments(c.tool, std::move(handed_over))), c.bound);
   }
-  const ToolSpec alone("alone", {{"go", {}}}, {{.name = "p", .default_ = List{1}}}, "go");
+  const ToolSpec alone({.name = "alone",
+                        .actions = {{"go", {}}},
+                        .params = {{.name = "p", .default_ = List{1}}},
+                        .default_action = "go"});
   Mapping other_kinds{{"a name longer than fifteen bytes", 1}};
   for (const Value& key : {Value(), Value(1), Value(2.5)}) other_kinds.set(key, 1);
   EXPECT_EQ(display_form(bind_arguments(alone, other_kinds)), "{'action': 'go', 'p': [1]}");
   // Where TOOLS holds a tool of the name, that one says which action is the default.
-  const ToolSpec namesake("branches", {{"go", {}}}, {}, "go");
+  const ToolSpec namesake({.name = "branches", .actions = {{"go", {}}}, .default_action = "go"});
   EXPECT_EQ(display_form(bind_arguments(namesake, {})), "{'action': 'list'}");
 }
 
@@ -284,7 +347,7 @@ TEST_F(ToolBinding, AnswersDefaultsByAction) {
   EXPECT_EQ(action_default("search", "n", "x"), 10);
   EXPECT_EQ(action_default("branches", "branch", "list"), Value());
   const ParamSpec twice{.name = "p", .action_defaults = {{"go", 1}, {"go", 2}}};
-  set_tools(ToolTable({ToolSpec("twice", {{"go"}}, {twice})}));
+  set_tools(ToolTable({ToolSpec({.name = "twice", .actions = {{"go"}}, .params = {twice}})}));
   EXPECT_EQ(action_default("twice", "p", "go"), 2);
   set_tools(sample_tools());
   try {

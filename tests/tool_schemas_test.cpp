@@ -41,28 +41,32 @@ TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
 }
 
 ToolTable sample_tools() {
-  return ToolTable({ToolSpec("file", {{"read", {"cat"}}, {"write"}},
-                             {{.name = "path", .synonyms = {"file", "name"}, .required = true},
-                              {.name = "lines",
-                               .type = "integer",
-                               .minimum = 1,
-                               .maximum = 2.5,
-                               .default_ = 2,
-                               .action_defaults = {{"read", Value()}, {"write", 1}}},
-                              {.name = "text", .blank_is_value = true, .required_for = {"write"}},
-                              {.name = "flags",
-                               .type = "array",
-                               .items_type = "string",
-                               .enum_ = {"a", "b"},
-                               .default_ = List{"a"},
-                               .description = "d"}},
-                             "read", "Files."),
-                    ToolSpec("run", {{"now"}}, {{.name = "at", .type = "number"}}),
-                    ToolSpec("status")});
+  return ToolTable(
+      {ToolSpec({.name = "file",
+                 .description = "Files.",
+                 .actions = {{"read", {"cat"}}, {"write"}},
+                 .params = {{.name = "path", .synonyms = {"file", "name"}, .required = true},
+                            {.name = "lines",
+                             .type = "integer",
+                             .minimum = 1,
+                             .maximum = 2.5,
+                             .default_ = 2,
+                             .action_defaults = {{"read", Value()}, {"write", 1}}},
+                            {.name = "text", .blank_is_value = true, .required_for = {"write"}},
+                            {.name = "flags",
+                             .type = "array",
+                             .items_type = "string",
+                             .enum_ = {"a", "b"},
+                             .default_ = List{"a"},
+                             .description = "d"}},
+                 .default_action = "read"}),
+       ToolSpec(
+           {.name = "run", .actions = {{"now"}}, .params = {{.name = "at", .type = "number"}}}),
+       ToolSpec({.name = "status"})});
 }
 
 TEST(PublishedTools, AreFlatSchemas) {
-  EXPECT_EQ(json_text(published_tools(sample_tools())),
+  EXPECT_EQ(json_text(publish_tools(sample_tools())),
             R"([{"name": "file", "description": "Files.", "inputSchema": {"type": "object", )"
             R"("properties": {"action": {"type": "string", "enum": ["read", "write"], )"
             R"("default": "read", "x-synonyms": {"read": ["cat"]}}, )"
@@ -83,7 +87,7 @@ TEST(ReadTools, KeepsTheFirstToolOfAName) {
   const ToolsReading reading =
       read_tools(parse_json(R"([{"name": "a", "description": "1"}, {"name": "a"}])"));
   EXPECT_EQ(problems_of(reading), Lines{"E a: another tool has this name too"});
-  EXPECT_EQ(ToolTable(reading.tools), ToolTable({ToolSpec("a", {}, {}, {}, "1")}));
+  EXPECT_EQ(ToolTable(reading.tools), ToolTable({ToolSpec({.name = "a", .description = "1"})}));
 }
 
 // Calls `visit` for `value` and for all that stands in it.
@@ -126,7 +130,7 @@ TEST(ReadTools, TakesAnyValueAnywhere) {
                          std::make_shared<Object>("O"), Mapping()});
   odd.back().get_mapping().set(5, Value());
   odd.back().get_mapping().set(Value(), "a");
-  Value published = published_tools(sample_tools());
+  Value published = publish_tools(sample_tools());
   const ToolsReading unchanged = read_tools(published);
   std::size_t refused = 0;
   for_each_node(published, [&](Value& node) {
@@ -135,8 +139,8 @@ TEST(ReadTools, TakesAnyValueAnywhere) {
       const ToolsReading reading = read_tools(published);
       refused += reading.errors.empty() ? 0U : 1U;
       // As text, because a not-a-number equals nothing.
-      const Value first = published_tools(ToolTable(reading.tools));
-      const Value again = published_tools(ToolTable(read_tools(first).tools));
+      const Value first = publish_tools(ToolTable(reading.tools));
+      const Value again = publish_tools(ToolTable(read_tools(first).tools));
       EXPECT_EQ(display_form(first), display_form(again));
       node = kept;
     }

@@ -167,7 +167,7 @@ ExitStatus run_mode(const Options& options) {
   if (options.check) return check_tools(*options.tools);
   set_tools(load_tools(options));
   if (!options.schema) return serve(options);
-  std::cout << json_text(published_tools(TOOLS)) << '\n';
+  std::cout << json_text(publish_tools(TOOLS)) << '\n';
   return succeeded;
 }
 

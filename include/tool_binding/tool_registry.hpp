@@ -3,16 +3,25 @@
 
 // The registry: what each tool takes, by which names, of which types, within which bounds.
 //
-//   set_tools(ToolTable({ToolSpec(
-//       "search", {},
-//       {{.name = "query", .synonyms = {"q"}, .required = true},
-//        {.name = "limit", .type = "integer", .minimum = 1, .maximum = 100, .default_ = 20}})}));
+//   set_tools({ToolSpec({
+//       .name = "search",
+//       .description = "Finds text in files.",
+//       .params = {{.name = "query", .synonyms = {"q"}, .required = true},
+//                  {.name = "limit", .type = "integer", .minimum = 1, .maximum = 100, .default_ =
+//                  20}},
+//   })});
 //   TOOLS.at("search").param("q")->name == "query"
 //
-// The library only reads it. Records are immutable once built, so any number of threads may read
-// them; only set_tools needs care.
+// What is declared are aggregates for designated initializers: name what differs from the default.
+// check_tool() in tool_schemas.hpp says what is wrong or doubtful about a declaration.
+//
+// The library only reads the registry. Records are immutable once built, so any number of threads
+// may read them; only set_tools needs care.
 
+#include <concepts>
 #include <cstddef>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -30,13 +39,47 @@ namespace tool_binding {
 inline constexpr std::string_view ACTION_PARAM = "action";
 inline constexpr std::string_view REPO_ROOT_ARGUMENT = "repo_root";
 
-// One parameter. An aggregate for designated initializers: what is left out has the default below.
+// A kind of value beside the five types: the program's own, such as a date, or one of the three
+// that follow. Immutable once it is shared by parameters.
+//
+//   auto date = std::make_shared<const CustomType>(CustomType{
+//       .words = "a date, such as 2024-05-31",
+//       .read = [](const Value& sent) -> std::optional<Value> {
+//         return is_date(sent) ? std::optional(sent) : std::nullopt;
+//       },
+//       .schema = {{"type", "string"}, {"format", "date"}}});
+//   ToolSpec({.name = "log", .params = {{.name = "since", .custom = date}}})
+//   // "Parameter 'since' of log must be a date, such as 2024-05-31, not 'soon'"
+struct CustomType {
+  // What a value must be, as in "must be WORDS, not 'soon'".
+  std::string words;
+  // What is taken for the value that was sent, which is never none and, unless the parameter's
+  // blank is a value, never blank text. Nothing, none, std::invalid_argument and TypeError refuse
+  // it; any other exception ends the admission of the request. Any number of threads may call it
+  // at the same time.
+  std::function<std::optional<Value>(const Value& sent)> read;
+  // The property's schema as it is published, without what the parameter says beside it
+  // (description, bounds, default, synonyms and the other `x-` keywords).
+  Mapping schema = {};
+};
+
+// An object, passed on as it is: a mapping, or text that is a literal of one, such as
+// `{"a": 1}` or `{'a': None}`. Its members are not checked. Words: "an object".
+[[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> object_type();
+// Any value, passed on as it is.
+[[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> any_type();
+// One of some values: an equal one, or text that is its text form; of several that match, the
+// first. The entry itself is taken. Words: "one of: 1, 2, 3". Throws std::invalid_argument when
+// there are no values or one of them is none.
+[[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> one_of(List values);
+
+// One parameter.
 struct TOOL_BINDING_EXPORT ParamSpec {
   std::string name;
   // Other names by which a request may give the parameter.
   std::vector<std::string> synonyms = {};
   // "integer", "number", "boolean", "string" or "array". With any other word, admitting a value
-  // for the parameter throws std::out_of_range.
+  // for the parameter throws std::out_of_range. Not read where `custom` is set.
   std::string type = "string";
   // For an array: "string" turns every item into text; any other word leaves items as they are.
   std::string items_type = {};
@@ -44,7 +87,7 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   std::vector<std::string> enum_ = {};
   // Integers or floats; none: open on that side. A bound of another kind makes the comparison throw
   // TypeError; one that the type cannot hold throws std::overflow_error when a value is to be
-  // brought to it.
+  // brought to it. NaN bounds nothing.
   Value minimum = {};
   Value maximum = {};
   // Blank text and an empty list are values; otherwise they count as left out.
@@ -54,16 +97,21 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   std::vector<std::string> required_for = {};
   // What a request that leaves the parameter out gets, unless action_defaults is not empty.
   Value default_ = {};
-  // Defaults by action name; for an action that stands in two pairs the later one counts. When not
-  // empty, a parameter that is left out is bound to none and its handler asks action_default().
+  // Defaults by action name; of two pairs for one action the later one counts. When not empty, a
+  // parameter that is left out is bound to none and its handler asks action_default().
   std::vector<std::pair<std::string, Value>> action_defaults = {};
   // Shown in the published schema, read by nothing else.
   std::string description = {};
+  // A kind of value in place of the type: it reads the value, and the enumeration is not consulted.
+  // A number that it returns is brought within the bounds as a float, or as an integer where `type`
+  // is "integer". Null: one of the five types.
+  std::shared_ptr<const CustomType> custom = {};
 
   // Whether a request that runs `action` (nothing: a tool without actions) needs the parameter.
   [[nodiscard]] bool required_by(const std::optional<std::string_view>& action) const noexcept;
 
-  friend bool operator==(const ParamSpec&, const ParamSpec&) = default;
+  // Two custom types are equal by words and schema, since functions cannot be compared.
+  friend TOOL_BINDING_EXPORT bool operator==(const ParamSpec& left, const ParamSpec& right);
 };
 
 // One action of a tool.
@@ -74,31 +122,67 @@ struct ActionSpec {
   friend bool operator==(const ActionSpec&, const ActionSpec&) = default;
 };
 
+// Actions, declared as records or, where none has a synonym, as names alone.
+//
+//   ActionList{{"list", {"ls"}}, {"create"}}
+//   ActionList{"list", "create"}
+class ActionList : public std::vector<ActionSpec> {
+ public:
+  ActionList() noexcept = default;
+  ActionList(std::vector<ActionSpec> actions) noexcept : vector(std::move(actions)) {}
+  ActionList(std::initializer_list<ActionSpec> actions) : vector(actions) {}
+  template <std::convertible_to<std::string_view>... Names>
+  requires(sizeof...(Names) > 0) ActionList(const Names&... names)
+      : vector{ActionSpec{std::string(std::string_view(names))}...} {}
+};
+
+// What a tool is declared by.
+struct ToolDefinition {
+  std::string name;
+  std::string description = {};
+  ActionList actions = {};
+  std::vector<ParamSpec> params = {};
+  // The name of one of the actions: what a request runs that names none. It is not checked.
+  std::optional<std::string> default_action = {};
+  // Whether the arguments "repo" and "repo_root" say which repository a request runs against, so
+  // that admission drops them. False: to this tool they are names like any other.
+  bool routing = true;
+
+  friend bool operator==(const ToolDefinition&, const ToolDefinition&) = default;
+};
+
 struct ToolIndex;
 
-// One tool: immutable, and cheap to copy (copies share one record).
+// One tool: immutable, and cheap to copy (copies share one record). Moving copies, so that there is
+// no empty one.
+//
+//   const ToolSpec tool({.name = "branches", .actions = {"list", "create"},
+//                        .default_action = "list"});
+//   tool.action(" LIST ")->name == "list"
 class TOOL_BINDING_EXPORT ToolSpec {
  public:
-  // Cost: linear in all the texts given; names are indexed once, here. A synonym that two
-  // parameters or actions share denotes the first, and a declared name comes before any synonym.
-  // `default_action` is a declared action's name, or nothing; it is not checked. Throws
-  // std::invalid_argument when two parameters have one name.
-  explicit ToolSpec(std::string name, std::vector<ActionSpec> actions = {},
-                    std::vector<ParamSpec> params = {},
-                    std::optional<std::string> default_action = std::nullopt,
-                    std::string description = {});
+  // A synonym that two parameters or actions share denotes the first, and a declared name comes
+  // before any synonym. Throws std::invalid_argument when two parameters or two actions have one
+  // name. Cost: linear in all the texts given; names are indexed once, here.
+  ToolSpec(ToolDefinition definition);
+  ToolSpec(const ToolSpec&) noexcept = default;
+  ToolSpec& operator=(const ToolSpec&) noexcept = default;
+  ~ToolSpec() = default;
 
+  // Lives, like all that the other members refer to, as long as any copy of this ToolSpec.
+  [[nodiscard]] const ToolDefinition& definition() const noexcept;
   [[nodiscard]] const std::string& name() const noexcept;
   [[nodiscard]] const std::string& description() const noexcept;
   [[nodiscard]] const std::vector<ActionSpec>& actions() const noexcept;
   [[nodiscard]] const std::vector<ParamSpec>& params() const noexcept;
   [[nodiscard]] const std::optional<std::string>& default_action() const noexcept;
+  [[nodiscard]] bool routing() const noexcept;
   // The declared names, without synonyms, in registry order.
   [[nodiscard]] const std::vector<std::string>& action_names() const noexcept;
   [[nodiscard]] const std::vector<std::string>& param_names() const noexcept;
 
   // The parameter of that declared name, else the first one with that synonym, else null. Exact
-  // text. The record lives as long as any copy of this ToolSpec.
+  // text.
   [[nodiscard]] const ParamSpec* param(std::string_view name) const noexcept;
 
   // The action that a request's value denotes, or null: by exact name, then by exact synonym, then
@@ -108,7 +192,8 @@ class TOOL_BINDING_EXPORT ToolSpec {
   // "TOOL has no action SHOWN: it has NAME, NAME", SHOWN being display_form(value).
   [[nodiscard]] std::string unknown_action_error(const Value& value) const;
 
-  friend bool operator==(const ToolSpec& left, const ToolSpec& right);
+  // By their definitions.
+  friend TOOL_BINDING_EXPORT bool operator==(const ToolSpec& left, const ToolSpec& right);
 
  private:
   friend struct ToolIndex;
@@ -130,11 +215,15 @@ class TOOL_BINDING_EXPORT UnknownToolError : public std::out_of_range {
 };
 
 // Tools by name, in the order given.
+//
+//   const ToolTable table({ToolSpec({.name = "status"})});
+//   table.at("status").params().empty()
 class TOOL_BINDING_EXPORT ToolTable {
  public:
   constexpr ToolTable() noexcept = default;
   // Throws std::invalid_argument when two tools have one name.
   explicit ToolTable(std::vector<ToolSpec> tools);
+  ToolTable(std::initializer_list<ToolSpec> tools) : ToolTable(std::vector<ToolSpec>(tools)) {}
 
   // Throws UnknownToolError.
   [[nodiscard]] const ToolSpec& at(std::string_view name) const;

@@ -79,7 +79,7 @@ struct ToolsReading {
 // published reads back as equal tools without an error, save for what no schema can say: what is an
 // error above, the items' type of what is no array, an action that stands twice in action_defaults,
 // and a default action without actions.
-[[nodiscard]] TOOL_BINDING_EXPORT Value published_tools(const ToolTable& tools);
+[[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
 // One tool's input schema.
 [[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);

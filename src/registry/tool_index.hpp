@@ -24,6 +24,9 @@ namespace tool_binding {
 // itself, so admission drops them.
 inline constexpr std::array<std::string_view, 2> ROUTING_PARAMS_ = {REPO_ROOT_ARGUMENT, "repo"};
 
+// The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
+inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
+
 // The words that a parameter's type may be, in the order of the tables that are kept by them.
 inline constexpr std::array<std::string_view, 5> TYPE_NAMES = {"integer", "number", "boolean",
                                                                "string", "array"};
@@ -48,10 +51,9 @@ struct ParamIndex {
   double low;
   double high;
   std::uint8_t type;    // the place of spec.type in TYPE_NAMES; their number for any other word
-  Kind kind;            // of values that need no coercion; none when spec.type is no such word
+  Kind kind;            // of values that need no coercion; none when there are none
   bool is_looked_into;  // values are matched with an enumeration, or their items made text
   bool has_enum;
-  bool has_text_items;
   bool blank_is_value;
   // The positions of enumeration entries by their lower-case form; of entries that differ in case
   // alone, the first. Entries with white space around them are not here: nothing matches them.
@@ -64,16 +66,12 @@ struct ToolIndex {
   // The names to make room for when a request of that size is admitted: all that are bound later,
   // if that may be in the same room.
   [[nodiscard]] std::size_t room_for(std::size_t arguments) const noexcept {
-    return binds_in_place ? defaults.size() : std::min(arguments, params.size()) + 1;
+    return binds_in_place ? defaults.size() : std::min(arguments, definition.params.size()) + 1;
   }
   // Lives as long as any copy of the spec.
   [[nodiscard]] static const ToolIndex& of(const ToolSpec& spec) noexcept { return *spec.record_; }
 
-  std::string name;
-  std::vector<ActionSpec> actions;
-  std::vector<ParamSpec> params;
-  std::optional<std::string> default_action;
-  std::string description;
+  ToolDefinition definition;
 
   Value action_key = ACTION_PARAM;
   std::vector<std::string> action_names = {};
@@ -97,11 +95,6 @@ struct ToolIndex {
   Mapping action_positions = {};
   Mapping lower_case_action_positions = {};
 };
-
-// The action that a request runs, or null: as the tool says that TOOLS holds under the spec's name,
-// else the spec itself. `given` is the action in a request's arguments, or null. No look-up is needed
-// when TOOLS holds the spec itself.
-[[nodiscard]] const std::string* effective_action_(const ToolSpec& spec, const Value* given);
 
 }  // namespace tool_binding
 

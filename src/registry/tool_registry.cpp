@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "registry/tool_index.hpp"
 #include "text/lines.hpp"
@@ -60,12 +61,14 @@ std::string takes_of(const std::vector<std::string>& names) {
   return " It takes: " + joined(names, ", ") + ".";
 }
 
-void check_names_differ(const ToolIndex& tool) {
-  for (std::size_t i = 0; i < tool.params.size(); ++i) {
-    if (position_in(tool.param_positions, tool.params[i].name) != i) {
-      throw std::invalid_argument(tool.name + " declares the parameter " +
-                                  display_form(tool.params[i].name) + " twice");
-    }
+// A repeated name is found at another position than its own.
+template <class Named>
+void check_names_differ(const std::string& tool, std::string_view what,
+                        const std::vector<Named>& all, const Mapping& positions) {
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (position_in(positions, all[i].name) == i) continue;
+    throw std::invalid_argument(
+        line_of({tool, " declares the ", what, " ", display_form(all[i].name), " twice"}));
   }
 }
 
@@ -90,24 +93,22 @@ ParamIndex index_of(const ParamSpec& param, std::size_t place) {
   const auto type = static_cast<std::size_t>(
       std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), param.type) - TYPE_NAMES.begin());
   const auto [low, high] = plain_range(param);
-  const bool has_enum = !param.enum_.empty();
-  const bool has_text_items = param.items_type == "string";
-  return {param,
-          param.name,
-          place,
-          low,
-          high,
-          static_cast<std::uint8_t>(type),
-          kinds[type],
-          has_enum || (param.type == "array" && has_text_items),
-          has_enum,
-          has_text_items,
-          param.blank_is_value,
-          enum_positions_of(param)};
+  const bool has_enum = !param.enum_.empty() && param.custom == nullptr;
+  return {.spec = param,
+          .key = param.name,
+          .place = place,
+          .low = low,
+          .high = high,
+          .type = static_cast<std::uint8_t>(type),
+          .kind = param.custom == nullptr ? kinds[type] : Kind::none,
+          .is_looked_into = has_enum || (param.type == "array" && param.items_type == "string"),
+          .has_enum = has_enum,
+          .blank_is_value = param.blank_is_value,
+          .enum_positions = enum_positions_of(param)};
 }
 
-// The routing names and the action's are read as such even where a parameter has that name, which
-// binding still finds.
+// The action's name, and where they route the routing names, are read as such even where a
+// parameter has that name, which binding still finds.
 void work_out_names(ToolIndex& tool) {
   NameTable& names = tool.names =
       NameTable(tool.param_positions.size() + ROUTING_PARAMS_.size() + 1);
@@ -116,38 +117,48 @@ void work_out_names(ToolIndex& tool) {
     names.at(entry.key()) = {entry.key(), &param, NameMeaning::param, param.key == entry.key()};
     tool.name_candidates.emplace_back(entry.name(), param.spec.name);
   }
-  for (const std::string_view name : ROUTING_PARAMS_) names.at(name).meaning = NameMeaning::routing;
+  if (tool.definition.routing) {
+    for (const std::string_view name : ROUTING_PARAMS_) {
+      names.at(name).meaning = NameMeaning::routing;
+    }
+  }
   names.at(ACTION_PARAM).meaning = NameMeaning::action;
 }
 
-// Points into what was declared, which from here on stays where it is.
-void work_out(ToolIndex& tool) {
-  tool.action_names = names_of(tool.actions);
-  tool.action_candidates.assign(tool.action_names.begin(), tool.action_names.end());
-  tool.param_names = names_of(tool.params);
-  tool.takes = takes_of(tool.param_names);
-  tool.binds_action = !tool.actions.empty();
-  if (tool.binds_action) tool.defaults.set(ACTION_PARAM, Value());
-  tool.param_index.reserve(tool.params.size());
-  for (const ParamSpec& param : tool.params) {
-    const bool takes_action = param.name == ACTION_PARAM;
-    if (takes_action) tool.binds_action = false;
-    tool.param_index.push_back(
-        index_of(param, takes_action && !tool.actions.empty() ? 0 : tool.defaults.size()));
-    tool.defaults.set(param.name, param.action_defaults.empty() ? param.default_ : Value());
-    if (param.required || !param.required_for.empty()) {
-      tool.needed.push_back(&tool.param_index.back());
-    }
+// Adds the parameter's default and what is asked for its arguments.
+void work_out_param(ToolIndex& tool, const ParamSpec& param) {
+  const bool has_actions = !tool.definition.actions.empty();
+  const bool takes_action = param.name == ACTION_PARAM;
+  if (takes_action) tool.binds_action = false;
+  tool.param_index.push_back(
+      index_of(param, takes_action && has_actions ? 0 : tool.defaults.size()));
+  tool.defaults.set(param.name, param.action_defaults.empty() ? param.default_ : Value());
+  if (param.required || !param.required_for.empty()) {
+    tool.needed.push_back(&tool.param_index.back());
   }
+}
+
+// Points into the definition, which from here on stays where it is.
+void work_out(ToolIndex& tool) {
+  const auto& [name, _, actions, params, default_action, routing] = tool.definition;
+  tool.action_names = names_of(actions);
+  tool.action_candidates.assign(tool.action_names.begin(), tool.action_names.end());
+  tool.param_names = names_of(params);
+  tool.takes = takes_of(tool.param_names);
+  tool.binds_action = !actions.empty();
+  if (tool.binds_action) tool.defaults.set(ACTION_PARAM, Value());
+  tool.param_index.reserve(params.size());
+  for (const ParamSpec& param : params) work_out_param(tool, param);
   tool.has_action = tool.defaults.contains(ACTION_PARAM);
-  tool.param_positions = positions_of(tool.params, unchanged);
+  tool.param_positions = positions_of(params, unchanged);
   work_out_names(tool);
   tool.binds_in_place =
       tool.defaults.size() <= ToolIndex::few &&
       std::none_of(tool.defaults.begin(), tool.defaults.end(), MappingAccess::owns_heap);
-  tool.action_positions = positions_of(tool.actions, unchanged);
-  tool.lower_case_action_positions = positions_of(tool.actions, lower_cased);
-  check_names_differ(tool);
+  tool.action_positions = positions_of(actions, unchanged);
+  tool.lower_case_action_positions = positions_of(actions, lower_cased);
+  check_names_differ(name, "parameter", params, tool.param_positions);
+  check_names_differ(name, "action", actions, tool.action_positions);
 }
 
 }  // namespace
@@ -157,24 +168,34 @@ bool ParamSpec::required_by(const std::optional<std::string_view>& action) const
                                     required_for.end());
 }
 
-ToolSpec::ToolSpec(std::string name, std::vector<ActionSpec> actions, std::vector<ParamSpec> params,
-                   std::optional<std::string> default_action, std::string description) {
-  auto record = std::make_shared<ToolIndex>(ToolIndex{.name = std::move(name),
-                                                      .actions = std::move(actions),
-                                                      .params = std::move(params),
-                                                      .default_action = std::move(default_action),
-                                                      .description = std::move(description)});
+bool operator==(const ParamSpec& left, const ParamSpec& right) {
+  const auto fields = [](const ParamSpec& param) {
+    return std::tie(param.name, param.synonyms, param.type, param.items_type, param.enum_,
+                    param.minimum, param.maximum, param.blank_is_value, param.required,
+                    param.required_for, param.default_, param.action_defaults, param.description);
+  };
+  const auto same_custom = [](const CustomType* a, const CustomType* b) {
+    return a == b ||
+           (a != nullptr && b != nullptr && a->words == b->words && a->schema == b->schema);
+  };
+  return fields(left) == fields(right) && same_custom(left.custom.get(), right.custom.get());
+}
+
+ToolSpec::ToolSpec(ToolDefinition definition) {
+  auto record = std::make_shared<ToolIndex>(ToolIndex{.definition = std::move(definition)});
   work_out(*record);
   record_ = std::move(record);
 }
 
-const std::string& ToolSpec::name() const noexcept { return record_->name; }
-const std::string& ToolSpec::description() const noexcept { return record_->description; }
-const std::vector<ActionSpec>& ToolSpec::actions() const noexcept { return record_->actions; }
-const std::vector<ParamSpec>& ToolSpec::params() const noexcept { return record_->params; }
+const ToolDefinition& ToolSpec::definition() const noexcept { return record_->definition; }
+const std::string& ToolSpec::name() const noexcept { return definition().name; }
+const std::string& ToolSpec::description() const noexcept { return definition().description; }
+const std::vector<ActionSpec>& ToolSpec::actions() const noexcept { return definition().actions; }
+const std::vector<ParamSpec>& ToolSpec::params() const noexcept { return definition().params; }
 const std::optional<std::string>& ToolSpec::default_action() const noexcept {
-  return record_->default_action;
+  return definition().default_action;
 }
+bool ToolSpec::routing() const noexcept { return definition().routing; }
 const std::vector<std::string>& ToolSpec::action_names() const noexcept {
   return record_->action_names;
 }
@@ -184,7 +205,7 @@ const std::vector<std::string>& ToolSpec::param_names() const noexcept {
 
 const ParamSpec* ToolSpec::param(std::string_view name) const noexcept {
   const auto position = position_in(record_->param_positions, name);
-  return position ? &record_->params[*position] : nullptr;
+  return position ? &params()[*position] : nullptr;
 }
 
 const ActionSpec* ToolSpec::action(const Value& value) const {
@@ -194,7 +215,7 @@ const ActionSpec* ToolSpec::action(const Value& value) const {
     position = record_->lower_case_action_positions.find(lower_cased(trimmed(value.get_text())));
   }
   if (position == nullptr) return nullptr;
-  return &record_->actions[static_cast<std::size_t>(position->get_int64())];
+  return &actions()[static_cast<std::size_t>(position->get_int64())];
 }
 
 std::string ToolSpec::unknown_action_error(const Value& value) const {
@@ -203,10 +224,7 @@ std::string ToolSpec::unknown_action_error(const Value& value) const {
 }
 
 bool operator==(const ToolSpec& left, const ToolSpec& right) {
-  return left.record_ == right.record_ ||
-         (left.name() == right.name() && left.actions() == right.actions() &&
-          left.params() == right.params() && left.default_action() == right.default_action() &&
-          left.description() == right.description());
+  return left.record_ == right.record_ || left.definition() == right.definition();
 }
 
 UnknownToolError::~UnknownToolError() = default;
@@ -228,9 +246,10 @@ const ToolSpec* ToolTable::find(std::string_view name) const noexcept {
 const ToolSpec& ToolTable::at(std::string_view name) const {
   if (const ToolSpec* tool = find(name)) return *tool;
   std::string message = "there is no tool named " + display_form(name);
-  NearestName nearest(name, 0.6);
+  NearestName nearest(name, NEAR_NAME_CUTOFF_);
   for (const ToolSpec& tool : tools_) nearest.offer(tool.name());
-  if (const auto near = nearest.best()) message += ". Did you mean '" + std::string(*near) + "'?";
+  const std::string_view near = nearest.best().value_or("");
+  if (!near.empty()) message += line_of({". Did you mean '", near, "'?"});
   throw UnknownToolError(std::string(name), message);
 }
 

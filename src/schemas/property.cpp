@@ -43,7 +43,7 @@ constexpr TypeTest type_tests[] = {
     {"array", [](const Value& value) noexcept { return value.is_list(); }},
 };
 
-constexpr std::string_view any_type = "integer, number, boolean, string or array";
+constexpr std::string_view type_words = "integer, number, boolean, string or array";
 
 const TypeTest* find_type(std::string_view type) noexcept {
   const auto* found = std::find_if(std::begin(type_tests), std::end(type_tests),
@@ -280,7 +280,7 @@ std::string read_type(const Property& property, const Place& place) {
   const Value* type = property.find("type");
   if (type == nullptr) {
     if (holds_text(property.find("enum"))) return "string";
-    place.error("has no 'type': give it " + std::string(any_type));
+    place.error("has no 'type': give it " + std::string(type_words));
     return {};
   }
   if (type->is_list()) type = only_alternative(*type, is_null_word);
@@ -289,7 +289,7 @@ std::string read_type(const Property& property, const Place& place) {
   } else if (*type == Value("object")) {
     place.error("type 'object' is not supported: take its members as parameters, or it as text");
   } else if (!type->is_text() || find_type(type->get_text()) == nullptr) {
-    place.must_be("type", any_type, *type);
+    place.must_be("type", type_words, *type);
   } else {
     return std::string(type->get_text());
   }

@@ -77,7 +77,7 @@ Value input_schema(const ToolSpec& tool) {
   return schema;
 }
 
-Value published_tools(const ToolTable& tools) {
+Value publish_tools(const ToolTable& tools) {
   List published;
   published.reserve(tools.size());
   for (const ToolSpec& tool : tools) {

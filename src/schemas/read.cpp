@@ -271,8 +271,11 @@ void read_tool(const Value& tool, const std::string& name, Mapping& names, const
     read_schema(*given, draft, place);
   }
   if (place.error_count() != errors) return;
-  tools.emplace_back(name, std::move(draft.actions), std::move(draft.params),
-                     std::move(draft.default_action), std::move(description));
+  tools.emplace_back(ToolDefinition{.name = name,
+                                    .description = std::move(description),
+                                    .actions = std::move(draft.actions),
+                                    .params = std::move(draft.params),
+                                    .default_action = std::move(draft.default_action)});
 }
 
 }  // namespace

@@ -1,41 +1,6 @@
 #include "tool_binding/tool_schemas.hpp"
 
-#include <functional>
-#include <memory>
-
-#include "registry/tool_index.hpp"
-#include "text/trim.hpp"
-
 namespace tool_binding {
-
-namespace {
-
-const std::string* action_of(const ToolSpec& spec, const Value* given) {
-  if (given == nullptr || given->is_none() || (given->is_text() && is_blank(given->get_text()))) {
-    return spec.default_action() ? &*spec.default_action() : nullptr;
-  }
-  const ActionSpec* action = spec.action(*given);
-  return action != nullptr ? &action->name : nullptr;
-}
-
-bool stands_in_tools(const ToolSpec& spec) noexcept {
-  const ToolSpec* first = std::to_address(TOOLS.begin());
-  return !std::less<>()(&spec, first) && std::less<>()(&spec, first + TOOLS.size());
-}
-
-}  // namespace
-
-Value effective_action(std::string_view tool, const Mapping& arguments) {
-  const ToolSpec* spec = TOOLS.find(tool);
-  if (spec == nullptr) return {};
-  const std::string* action = action_of(*spec, arguments.find(ACTION_PARAM));
-  return action != nullptr ? Value(*action) : Value();
-}
-
-const std::string* effective_action_(const ToolSpec& spec, const Value* given) {
-  const ToolSpec* registered = stands_in_tools(spec) ? &spec : TOOLS.find(spec.name());
-  return action_of(registered != nullptr ? *registered : spec, given);
-}
 
 std::string problem_line(const SchemaProblem& problem) {
   std::string line = problem.tool;

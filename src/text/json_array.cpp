@@ -204,7 +204,14 @@ std::optional<JsonArray> read_json_array(std::string_view text) {
   JsonReader reader(text);
   if (!text.starts_with('[') || !reader.read()) return std::nullopt;
   Value array = reader.take();
-  return JsonArray{std::move(array.get_list()), reader.depth()};
+  return JsonArray{std::move(array).get_list(), reader.depth()};
+}
+
+std::optional<Value> read_object_text(std::string_view text) {
+  JsonReader reader(text);
+  if (!reader.read()) return std::nullopt;
+  Value object = reader.take();
+  return object.is_mapping() ? std::optional(std::move(object)) : std::nullopt;
 }
 
 }  // namespace tool_binding

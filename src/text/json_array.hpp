@@ -23,6 +23,9 @@ struct JsonArray {
 // first position and takes the later value. Any depth, without recursion. Cost: linear.
 [[nodiscard]] std::optional<JsonArray> read_json_array(std::string_view text);
 
+// Reads a JSON object that spans the whole text but for white space around it.
+[[nodiscard]] std::optional<Value> read_object_text(std::string_view text);
+
 }  // namespace tool_binding
 
 #endif  // TOOL_BINDING_SRC_TEXT_JSON_ARRAY_HPP_

@@ -19,7 +19,8 @@ class Repository : public Object {
 }  // namespace
 
 int main() {
-  set_tools(ToolTable({ToolSpec("greet", {}, {{.name = "who", .required = true}})}));
+  set_tools(
+      ToolTable({ToolSpec({.name = "greet", .params = {{.name = "who", .required = true}}})}));
   try {
     static_cast<void>(normalize_arguments("greet", {{"whom", "you"}}));
     return 1;

@@ -1,0 +1,63 @@
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "text/json_array.hpp"
+#include "tool_binding/tool_registry.hpp"
+
+namespace tool_binding {
+namespace {
+
+std::optional<Value> read_object(const Value& sent) {
+  if (sent.is_mapping()) return sent;
+  return sent.is_text() ? read_object_text(sent.get_text()) : std::nullopt;
+}
+
+std::string words_of(const List& values) {
+  std::string words = "one of: ";
+  for (const Value& value : values) {
+    if (&value != &values.front()) words += ", ";
+    words += text_form(value);
+  }
+  return words;
+}
+
+// An entry that is the value itself comes before one whose text it is.
+std::optional<Value> read_entry(const List& values, const Value& sent) {
+  auto entry = std::find(values.begin(), values.end(), sent);
+  if (entry == values.end() && sent.is_text()) {
+    entry = std::find_if(values.begin(), values.end(), [&sent](const Value& value) {
+      return text_form(value) == sent.get_text();
+    });
+  }
+  return entry != values.end() ? std::optional(*entry) : std::nullopt;
+}
+
+}  // namespace
+
+std::shared_ptr<const CustomType> object_type() {
+  static const auto type = std::make_shared<const CustomType>(
+      CustomType{.words = "an object", .read = read_object, .schema = {{"type", "object"}}});
+  return type;
+}
+
+std::shared_ptr<const CustomType> any_type() {
+  static const auto type = std::make_shared<const CustomType>(CustomType{
+      .words = "a value", .read = [](const Value& sent) { return std::optional(sent); }});
+  return type;
+}
+
+std::shared_ptr<const CustomType> one_of(List values) {
+  const bool has_none =
+      std::any_of(values.begin(), values.end(), [](const Value& value) { return value.is_none(); });
+  if (values.empty() || has_none) {
+    throw std::invalid_argument("one_of needs values, none of them none");
+  }
+  std::string words = words_of(values);
+  Mapping schema{{"enum", values}};
+  auto read = [values = std::move(values)](const Value& sent) { return read_entry(values, sent); };
+  return std::make_shared<const CustomType>(
+      CustomType{.words = std::move(words), .read = std::move(read), .schema = std::move(schema)});
+}
+
+}  // namespace tool_binding
