@@ -108,7 +108,7 @@ class TOOL_BINDING_EXPORT ToolSpec {
   // "TOOL has no action SHOWN: it has NAME, NAME", SHOWN being display_form(value).
   [[nodiscard]] std::string unknown_action_error(const Value& value) const;
 
-  friend bool operator==(const ToolSpec& left, const ToolSpec& right);
+  friend TOOL_BINDING_EXPORT bool operator==(const ToolSpec& left, const ToolSpec& right);
 
  private:
   friend struct ToolIndex;
