@@ -137,9 +137,8 @@ benchmark::internal::Benchmark* add(std::string_view way, const Case& c, const M
 void register_benchmarks() {
   for (const Case& c : cases()) {
     add("admit_bind", c, measure<AdmitBind>);
-    add("limit", c, measure<Limit>);
     add("admit_bind_move", c, measure_move<AdmitBind>)->UseManualTime();
-    add("limit_move", c, measure_move<Limit>)->UseManualTime();
+    if (c.has_limit) add("limit", c, measure<Limit>);
   }
   for (const char* name : {"clean", "refused"}) {
     const Case& c = case_named(name);

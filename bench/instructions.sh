@@ -14,7 +14,9 @@ trap 'rm -f "$out"' EXIT
 for case in "$@"; do
   count=200
   case $case in list/* | unknown/* | wide/1000) count=20 ;; esac
-  for way in admit_bind limit admit_bind_move limit_move; do
+  ways="admit_bind admit_bind_move limit"
+  case $case in wide/*) ways="admit_bind admit_bind_move" ;; esac
+  for way in $ways; do
     valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect='*answer_once<*' \
       "$program" --answer $way "$case" $count 2>"$out" || { cat "$out" >&2; exit 1; }
     echo "$way/$case $(($(sed -n 's/.*Collected : //p' "$out") / count))"

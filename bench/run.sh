@@ -1,5 +1,5 @@
 #!/bin/sh
-# Measures everything and writes bench/results/ and the tables of bench/README.md.
+# Measures everything and writes bench/results/.
 # Usage: bench/run.sh [BUILD_DIR [RUNS]]
 # The programs and the peers' processes take turns. In a run, many short repetitions of all cases are
 # interleaved, since a machine's speed drifts.
