@@ -9,6 +9,8 @@
 
 #include "cases.hpp"
 #include "limit.hpp"
+#include "roads.hpp"
+#include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 
 namespace tool_binding::bench {
@@ -27,6 +29,14 @@ Answer layer(const std::string& tool, Request&& request) {
   return {bind_arguments(tool, std::move(admitted).arguments()), std::move(notes), alias_hit};
 }
 
+// Without the throw of a refusal.
+Outcome tried(const std::string& tool, const Mapping& request) {
+  const Admission admitted = try_normalize_arguments(tool, request);
+  if (!admitted) return admitted.error();
+  return Answer{bind_arguments(tool, admitted->arguments()), admitted->notes(),
+                admitted->alias_hit()};
+}
+
 template <class Answering>
 Outcome outcome_of(const Answering& answering) {
   try {
@@ -36,8 +46,10 @@ Outcome outcome_of(const Answering& answering) {
   }
 }
 
-// As limit() gives it.
-Answer as_limit(Answer answer) {
+Answer limit_of_fields(const std::string& tool, const Mapping& request) {
+  std::vector<Field> fields;
+  for (const auto& entry : request) fields.push_back({entry.name(), entry.value});
+  Answer answer = try_limit(tool, fields);
   if (!answer.problems.empty()) throw ArgumentError(answer.problems);
   return answer;
 }
@@ -54,12 +66,12 @@ enum class Agreement { agree, differ, not_covered };
 
 Agreement agreement(const std::string& tool, const Mapping& request) {
   const Mapping before = request;
-  const auto moved = [&request] { return Mapping(request); };
   const Outcome expected = outcome_of([&] { return layer(tool, request); });
-  std::vector<Outcome> others = {outcome_of([&] { return layer(tool, moved()); })};
+  std::vector<Outcome> others = {outcome_of([&] { return layer(tool, Mapping(request)); }),
+                                 tried(tool, request)};
   try {
     others.push_back(outcome_of([&] { return limit(tool, request); }));
-    others.push_back(outcome_of([&] { return as_limit(try_limit(tool, moved())); }));
+    others.push_back(outcome_of([&] { return limit_of_fields(tool, request); }));
   } catch (const NotCovered&) {
     return Agreement::not_covered;
   }
@@ -70,6 +82,27 @@ Agreement agreement(const std::string& tool, const Mapping& request) {
     return Agreement::differ;
   }
   return Agreement::agree;
+}
+
+// Every road's answer, as a value, is the layer's.
+bool roads_agree(const Case& c) {
+  const Outcome expected = outcome_of([&] { return layer(c.tool, c.request); });
+  Mapping answer;
+  if (const auto* message = std::get_if<std::string>(&expected)) {
+    answer = {{"problems", *message}};
+  } else {
+    const auto& [bound, notes, alias_hit, problems] = std::get<Answer>(expected);
+    answer = {{"bound", bound}, {"notes", Value(List(notes.begin(), notes.end()))}};
+  }
+  for (const RoadKind& kind : road_kinds()) {
+    if (!kind.covers(c)) continue;
+    std::string text = "the text of the request before";
+    kind.make(line_of(c))->answer(&text);
+    if (parse_json(text) == Value(answer)) continue;
+    std::cerr << kind.name << "wire, " << c.name << ": " << text << '\n';
+    return false;
+  }
+  return true;
 }
 
 class RandomRequests {
@@ -117,6 +150,7 @@ class RandomRequests {
 bool answers_agree() {
   for (const Case& c : cases()) {
     set_tools(c.tools);
+    if (!roads_agree(c)) return false;
     const Agreement found = agreement(c.tool, c.request);
     if (found == Agreement::differ) return false;
     if (c.has_limit && found == Agreement::not_covered) {

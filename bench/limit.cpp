@@ -428,7 +428,9 @@ Answer dispatched(std::string_view tool, Arguments& request) {
 Answer try_limit(std::string_view tool, const Mapping& request) {
   return dispatched(tool, request);
 }
-Answer try_limit(std::string_view tool, Mapping&& request) { return dispatched(tool, request); }
+Answer try_limit(std::string_view tool, std::span<Field> request) {
+  return dispatched(tool, request);
+}
 
 Answer limit(std::string_view tool, const Mapping& request) {
   Answer answer = dispatched(tool, request);

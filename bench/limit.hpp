@@ -9,6 +9,7 @@
 // It covers what the measured requests contain, gives the layer's answers and refusals to that,
 // word for word, and throws NotCovered on the rest.
 
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -33,10 +34,18 @@ class NotCovered : public std::logic_error {
   NotCovered() : std::logic_error("the limit does not cover this request") {}
 };
 
-// The second form moves values out of `request`. `limit` throws ArgumentError as
-// normalize_arguments does, where `try_limit` returns the problems.
+// An argument of a request for which no mapping is made.
+struct Field {
+  std::string_view key;
+  Value value;
+
+  [[nodiscard]] std::string_view name() const noexcept { return key; }
+};
+
+// The second form moves values out of the request, whose names are distinct. `limit` throws
+// ArgumentError as normalize_arguments does, where `try_limit` returns the problems.
 [[nodiscard]] Answer try_limit(std::string_view tool, const Mapping& request);
-[[nodiscard]] Answer try_limit(std::string_view tool, Mapping&& request);
+[[nodiscard]] Answer try_limit(std::string_view tool, std::span<Field> request);
 [[nodiscard]] Answer limit(std::string_view tool, const Mapping& request);
 
 }  // namespace tool_binding::bench

@@ -23,8 +23,8 @@ class RapidJsonPeer {
   [[nodiscard]] Mapping bound() const;
 
  private:
-  struct Documents;
-  std::unique_ptr<Documents> documents_;
+  struct State;
+  std::unique_ptr<State> state_;
 };
 
 // The cases of the search tool: {"schema": ..., "requests": {CASE: arguments}, "answers": {CASE:

@@ -167,6 +167,24 @@ function check({answer, plain}, name) {
 
 let sink;
 
+// The whole road: from a request's line to its answer, and to the answer's line. The line is text
+// already, which JavaScript would have to decode from bytes first.
+const line = (name) => JSON.stringify({tool: 'code_search', arguments: requests[name]});
+const toTools = (answer) => ({code_search: answer});
+for (const name of ['ajv', 'zod']) {
+  const tools = toTools(peers[name].answer);
+  const bound = (text) => {
+    const request = JSON.parse(text);
+    return tools[request.tool](request.arguments);
+  };
+  peers[`${name}_wire`] = {answer: bound, isRoad: true};
+  peers[`${name}_wire_answer`] = {answer: (text) => JSON.stringify(bound(text)), isRoad: true};
+}
+
+const onlyIn = ['clean', 'list/1000'];
+peers.json_parse = {answer: JSON.parse, isRoad: true, onlyIn};
+peers.json_stringify = {answer: JSON.stringify, onlyIn};
+
 // Milliseconds for `count` requests. Those that are changed are copied before the clock runs.
 function time({answer, changes}, request, count) {
   const inputs = new Array(changes ? count : 1);
