@@ -434,7 +434,7 @@ Answer try_limit(std::string_view tool, std::span<Field> request) {
 
 Answer limit(std::string_view tool, const Mapping& request) {
   Answer answer = dispatched(tool, request);
-  if (!answer.problems.empty()) throw ArgumentError(answer.problems);
+  if (!answer.problems.empty()) throw ArgumentError(std::move(answer.problems));
   return answer;
 }
 

@@ -94,8 +94,9 @@ void append_answer(std::string& out, const Answer& answer) {
     char before = '{';
     for (const auto& entry : answer.bound) {
       out += std::exchange(before, ',');
-      append_text(out, entry.name());
-      out += ':';
+      out += '"';
+      out += entry.name();
+      out += "\":";
       append_value(out, entry.value);
     }
     out += R"(},"notes":)";

@@ -159,14 +159,17 @@ std::unique_ptr<Road> rapidjson_road(const std::string& line) {
 
 void write_cases(std::ostream& out) {
   Mapping requests;
+  Mapping lines;
   Mapping answers;
   for (const Case& c : cases()) {
     if (c.tool != "code_search" || c.name.starts_with("tools/")) continue;
     requests.set(c.name, c.request);
+    lines.set(c.name, line_of(c));
     answers.set(c.name, answer_to(c));
   }
   out << written(Mapping{{"schema", search_schema()},
                          {"requests", std::move(requests)},
+                         {"lines", std::move(lines)},
                          {"answers", std::move(answers)}})
       << '\n';
 }

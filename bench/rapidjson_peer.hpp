@@ -27,8 +27,8 @@ class RapidJsonPeer {
   std::unique_ptr<State> state_;
 };
 
-// The cases of the search tool: {"schema": ..., "requests": {CASE: arguments}, "answers": {CASE:
-// {"bound": ..., "notes": [...]} or {"problems": message}}}.
+// The cases of the search tool: {"schema": ..., "requests": {CASE: arguments}, "lines": {CASE:
+// line}, "answers": {CASE: {"bound": ..., "notes": [...]} or {"problems": message}}}.
 void write_cases(std::ostream& out);
 
 }  // namespace tool_binding::bench
