@@ -1,4 +1,5 @@
-// Times a request to the layer, to the limit and to RapidJSON.
+// Times a request to the layer, to the limit and to other libraries: from a mapping to a mapping,
+// and as a whole road from a line of JSON (wire), and to the answer's JSON (wire_answer).
 //
 //   bench_tool_binding [Google Benchmark's options]
 //   bench_tool_binding --answer WAY CASE COUNT    answers one case so often, for an instruction
@@ -13,6 +14,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +25,7 @@
 #include "counting_new.hpp"
 #include "limit.hpp"
 #include "rapidjson_peer.hpp"
+#include "roads.hpp"
 #include "tool_binding/tool_binding.hpp"
 
 namespace tool_binding::bench {
@@ -42,10 +45,28 @@ struct AdmitBind {
   }
 };
 
-struct Limit {
+// Refusals are returned.
+struct TryAdmitBind {
   template <class Request>
   static void answer(const std::string& tool, Request&& request) {
-    const Answer answered = limit(tool, std::forward<Request>(request));
+    Admission admitted = try_normalize_arguments(tool, std::forward<Request>(request));
+    DoNotOptimize(&admitted);
+    if (!admitted) return;
+    const Mapping bound = bind_arguments(tool, (*std::move(admitted)).arguments());
+    DoNotOptimize(&bound);
+  }
+};
+
+struct Limit {
+  static void answer(const std::string& tool, const Mapping& request) {
+    const Answer answered = limit(tool, request);
+    DoNotOptimize(&answered);
+  }
+};
+
+struct TryLimit {
+  static void answer(const std::string& tool, const Mapping& request) {
+    const Answer answered = try_limit(tool, request);
     DoNotOptimize(&answered);
   }
 };
@@ -59,6 +80,8 @@ template <class Way, class Request>
     DoNotOptimize(error.message());
   }
 }
+
+[[gnu::noinline]] void answer_once(Road& road, std::string* out) { road.answer(out); }
 
 class ToolsInUse {
  public:
@@ -87,6 +110,23 @@ void measure(State& state, const Case& c) {
 template <class Way>
 void measure_threads(State& state, const Case& c) {
   for (auto _ : state) answer_once<Way>(c.tool, c.request);
+  state.SetItemsProcessed(state.iterations());
+}
+
+void measure_road(State& state, const Case& c, const RoadKind& kind, bool with_answer) {
+  const ToolsInUse tools(c);
+  const std::unique_ptr<Road> road = kind.make(line_of(c));
+  std::string text;
+  std::string* const out = with_answer ? &text : nullptr;
+  for (auto _ : state) answer_once(*road, out);
+  count_allocations(state, [&] { answer_once(*road, out); });
+}
+
+// Each thread has a road of its own.
+void measure_road_threads(State& state, const Case& c, const RoadKind& kind) {
+  const std::unique_ptr<Road> road = kind.make(line_of(c));
+  std::string out;
+  for (auto _ : state) answer_once(*road, &out);
   state.SetItemsProcessed(state.iterations());
 }
 
@@ -128,29 +168,53 @@ void measure_rapidjson_bind(State& state, const Case& c) {
   }
 }
 
-template <class Measure>
-benchmark::internal::Benchmark* add(std::string_view way, const Case& c, const Measure& measure) {
+template <class Measure, class... Args>
+benchmark::internal::Benchmark* add(std::string_view way, const Case& c, const Measure& measure,
+                                    const Args&... args) {
   const std::string name = std::string(way) + '/' + c.name;
-  return benchmark::RegisterBenchmark(name.c_str(), measure, std::cref(c));
+  return benchmark::RegisterBenchmark(name.c_str(), measure, std::cref(c), args...);
+}
+
+void register_roads() {
+  for (const Case& c : cases()) {
+    for (const RoadKind& kind : road_kinds()) {
+      if (!kind.covers(c)) continue;
+      add(std::string(kind.name) + "wire", c, measure_road, std::cref(kind), false);
+      add(std::string(kind.name) + "wire_answer", c, measure_road, std::cref(kind), true);
+    }
+  }
+}
+
+// Alone and with a second thread, which takes some time to find its processor.
+template <class Measure, class... Args>
+void add_threads(std::string_view way, const char* case_name, const Measure& measure,
+                 const Args&... args) {
+  for (const int threads : {1, 2}) {
+    add(way, case_named(case_name), measure, args...)
+        ->Threads(threads)
+        ->UseRealTime()
+        ->MinTime(0.05)
+        ->Repetitions(31);
+  }
+}
+
+void register_threads() {
+  add_threads("threads", "clean", measure_threads<AdmitBind>);
+  add_threads("threads", "refused", measure_threads<AdmitBind>);
+  add_threads("threads_try", "refused", measure_threads<TryAdmitBind>);
+  add_threads("threads_wire", "clean", measure_road_threads, std::cref(road_kinds().front()));
 }
 
 void register_benchmarks() {
   for (const Case& c : cases()) {
     add("admit_bind", c, measure<AdmitBind>);
-    add("limit", c, measure<Limit>);
     add("admit_bind_move", c, measure_move<AdmitBind>)->UseManualTime();
-    add("limit_move", c, measure_move<Limit>)->UseManualTime();
+    if (c.has_limit) add("limit", c, measure<Limit>);
   }
-  for (const char* name : {"clean", "refused"}) {
-    const Case& c = case_named(name);
-    for (const int threads : {1, 2}) {
-      add("threads", c, measure_threads<AdmitBind>)
-          ->Threads(threads)
-          ->UseRealTime()
-          ->MinTime(0.05)  // time for the second thread to find its processor
-          ->Repetitions(31);
-    }
-  }
+  add("try_admit_bind", case_named("refused"), measure<TryAdmitBind>);
+  add("try_limit", case_named("refused"), measure<TryLimit>);
+  register_roads();
+  register_threads();
   for (const char* name : {"clean", "refused", "list/10", "list/100", "list/1000", "list/10000"}) {
     add("rapidjson_validate", case_named(name), measure_rapidjson_validate);
   }
@@ -176,10 +240,28 @@ void answer_often(const Case& c, bool move, long count) {
   }
 }
 
-int answer_often(std::string_view way, const std::string& name, long count) {
-  const auto answer = way.starts_with("admit_bind") ? answer_often<AdmitBind> : answer_often<Limit>;
-  answer(case_named(name), way.ends_with("_move"), count);
-  return 0;
+void answer_often(const Case& c, const RoadKind& kind, bool with_answer, long count) {
+  const ToolsInUse tools(c);
+  const std::unique_ptr<Road> road = kind.make(line_of(c));
+  std::string out;
+  road->answer(&out);
+  for (; count > 0; --count) answer_once(*road, with_answer ? &out : nullptr);
+}
+
+// False when there is no such way.
+bool answer_often(std::string_view way, const Case& c, long count) {
+  for (const RoadKind& kind : road_kinds()) {
+    for (const bool with_answer : {false, true}) {
+      const std::string name = std::string(kind.name) + (with_answer ? "wire_answer" : "wire");
+      if (way == name) return answer_often(c, kind, with_answer, count), true;
+    }
+  }
+  if (way == "admit_bind") return answer_often<AdmitBind>(c, false, count), true;
+  if (way == "admit_bind_move") return answer_often<AdmitBind>(c, true, count), true;
+  if (way == "try_admit_bind") return answer_often<TryAdmitBind>(c, false, count), true;
+  if (way == "limit") return answer_often<Limit>(c, false, count), true;
+  if (way == "try_limit") return answer_often<TryLimit>(c, false, count), true;
+  return false;
 }
 
 int run_benchmarks(int argc, char** argv) {
@@ -193,7 +275,9 @@ int run_benchmarks(int argc, char** argv) {
 
 int run(int argc, char** argv) {
   const std::string_view first = argc > 1 ? argv[1] : "";
-  if (first == "--answer" && argc == 5) return answer_often(argv[2], argv[3], std::stol(argv[4]));
+  if (first == "--answer" && argc == 5) {
+    return answer_often(argv[2], case_named(argv[3]), std::stol(argv[4])) ? 0 : 2;
+  }
   if (first == "--cases") {
     write_cases(std::cout);
     return 0;

@@ -26,6 +26,7 @@ struct Case {
   Mapping request;
   // Where the tool is found.
   ToolTable tools;
+  bool has_limit = true;
 };
 
 // Made on the first call.

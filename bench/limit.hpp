@@ -2,14 +2,15 @@
 #define TOOL_BINDING_BENCH_LIMIT_HPP_
 
 // The limit that the layer's speed is measured against: admission and binding in one pass, written
-// by hand for exactly the tools of cases.hpp. There is no registry and no look-up: names are told
-// apart by their length and characters, and each value goes straight to its place in the answer.
+// by hand for exactly the tools `code_search` and `branches` of cases.hpp. There is no registry and
+// no look-up: names are told apart by their length and characters, and each value goes straight to
+// its place in the answer.
 //
-// It gives the layer's answers and refusals, word for word. What no request that is measured holds
-// it leaves out, which can only make it faster: characters beyond ASCII in names, numbers and white
-// space, integers beyond 64 bits, underscores between digits, floats out of range, keys that are no
-// text, and for the wide tools all but integers under declared names.
+// It covers what the measured requests contain, gives the layer's answers and refusals to that,
+// word for word, and throws NotCovered on the rest.
 
+#include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,14 +23,30 @@ struct Answer {
   Mapping bound;
   std::vector<std::string> notes = {};
   bool alias_hit = false;
+  // What is wrong with the request; `bound` is of no use then.
+  std::string problems = {};
 
   friend bool operator==(const Answer&, const Answer&) = default;
 };
 
-// Throws ArgumentError as normalize_arguments does, and std::out_of_range for another tool. The
-// second form moves values out of `request`.
+class NotCovered : public std::logic_error {
+ public:
+  NotCovered() : std::logic_error("the limit does not cover this request") {}
+};
+
+// An argument of a request for which no mapping is made.
+struct Field {
+  std::string_view key;
+  Value value;
+
+  [[nodiscard]] std::string_view name() const noexcept { return key; }
+};
+
+// The second form moves values out of the request, whose names are distinct. `limit` throws
+// ArgumentError as normalize_arguments does, where `try_limit` returns the problems.
+[[nodiscard]] Answer try_limit(std::string_view tool, const Mapping& request);
+[[nodiscard]] Answer try_limit(std::string_view tool, std::span<Field> request);
 [[nodiscard]] Answer limit(std::string_view tool, const Mapping& request);
-[[nodiscard]] Answer limit(std::string_view tool, Mapping&& request);
 
 }  // namespace tool_binding::bench
 

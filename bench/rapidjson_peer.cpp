@@ -5,12 +5,15 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "limit.hpp"
+#include "roads.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_binding/tool_schemas.hpp"
 #include "tool_binding/value_events.hpp"
@@ -45,7 +48,7 @@ class JsonWriter {
   rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
 };
 
-std::string json_text(const Value& value) {
+std::string written(const Value& value) {
   JsonWriter writer;
   visit_events(value, writer);
   return writer.text();
@@ -53,7 +56,7 @@ std::string json_text(const Value& value) {
 
 rapidjson::Document document_of(const Value& value) {
   rapidjson::Document document;
-  document.Parse(json_text(value).c_str());
+  document.Parse(written(value).c_str());
   return document;
 }
 
@@ -85,48 +88,89 @@ Value value_of(const rapidjson::Value& json) {
   return Value(std::move(items));
 }
 
-}  // namespace
+// The search tool.
+class Search {
+ public:
+  [[nodiscard]] bool validate(const rapidjson::Value& arguments) {
+    validator_->Reset();
+    return arguments.Accept(*validator_);
+  }
 
-struct RapidJsonPeer::Documents {
-  explicit Documents(const Case& c) : tool(code_search_tool()), request(document_of(c.request)) {}
+  [[nodiscard]] Mapping bound(const rapidjson::Value& arguments) const {
+    Mapping bound;
+    bound.reserve(tool_.params().size());
+    for (const ParamSpec& param : tool_.params()) {
+      const auto given = arguments.FindMember(
+          rapidjson::Value(rapidjson::StringRef(param.name.data(), param.name.size())));
+      const bool is_given = arguments.MemberEnd() - given > 0;
+      bound.set(param.name, is_given ? value_of(given->value) : param.default_);
+    }
+    return bound;
+  }
 
-  ToolSpec tool;
-  rapidjson::Document request;
-  rapidjson::SchemaDocument schema{document_of(search_schema())};
-  rapidjson::SchemaValidator validator{schema};
+ private:
+  ToolSpec tool_ = code_search_tool();
+  std::unique_ptr<rapidjson::SchemaDocument> schema_ =
+      std::make_unique<rapidjson::SchemaDocument>(document_of(search_schema()));
+  std::unique_ptr<rapidjson::SchemaValidator> validator_ =
+      std::make_unique<rapidjson::SchemaValidator>(*schema_);
 };
 
-RapidJsonPeer::RapidJsonPeer(const Case& c) : documents_(std::make_unique<Documents>(c)) {}
+class RapidJsonRoad : public Road {
+ public:
+  explicit RapidJsonRoad(const std::string& line) : line_(line) {}
+
+  void answer(std::string* out) override {
+    rapidjson::Document request;
+    request.Parse(line_.data(), line_.size());
+    const rapidjson::Value& arguments = request["arguments"];
+    if (!search_.validate(arguments)) throw std::logic_error("the request is not valid");
+    Mapping bound = search_.bound(arguments);
+    if (out == nullptr) return;
+    Mapping answer;
+    answer.set("bound", std::move(bound));
+    answer.set("notes", List());
+    *out = written(answer);
+  }
+
+ private:
+  std::string line_;
+  Search search_;
+};
+
+}  // namespace
+
+struct RapidJsonPeer::State {
+  Search search;
+  rapidjson::Document request;
+};
+
+RapidJsonPeer::RapidJsonPeer(const Case& c)
+    : state_(std::make_unique<State>(State{Search(), document_of(c.request)})) {}
 RapidJsonPeer::~RapidJsonPeer() = default;
 
-bool RapidJsonPeer::validate() {
-  documents_->validator.Reset();
-  return documents_->request.Accept(documents_->validator);
-}
+bool RapidJsonPeer::validate() { return state_->search.validate(state_->request); }
 
-Mapping RapidJsonPeer::bound() const {
-  Mapping bound;
-  bound.reserve(documents_->tool.params().size());
-  for (const ParamSpec& param : documents_->tool.params()) {
-    const auto given = documents_->request.FindMember(
-        rapidjson::Value(rapidjson::StringRef(param.name.data(), param.name.size())));
-    const bool is_given = documents_->request.MemberEnd() - given > 0;
-    bound.set(param.name, is_given ? value_of(given->value) : param.default_);
-  }
-  return bound;
+Mapping RapidJsonPeer::bound() const { return state_->search.bound(state_->request); }
+
+std::unique_ptr<Road> rapidjson_road(const std::string& line) {
+  return std::make_unique<RapidJsonRoad>(line);
 }
 
 void write_cases(std::ostream& out) {
   Mapping requests;
+  Mapping lines;
   Mapping answers;
   for (const Case& c : cases()) {
     if (c.tool != "code_search" || c.name.starts_with("tools/")) continue;
     requests.set(c.name, c.request);
+    lines.set(c.name, line_of(c));
     answers.set(c.name, answer_to(c));
   }
-  out << json_text(Mapping{{"schema", search_schema()},
-                           {"requests", std::move(requests)},
-                           {"answers", std::move(answers)}})
+  out << written(Mapping{{"schema", search_schema()},
+                         {"requests", std::move(requests)},
+                         {"lines", std::move(lines)},
+                         {"answers", std::move(answers)}})
       << '\n';
 }
 

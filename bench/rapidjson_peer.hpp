@@ -23,12 +23,12 @@ class RapidJsonPeer {
   [[nodiscard]] Mapping bound() const;
 
  private:
-  struct Documents;
-  std::unique_ptr<Documents> documents_;
+  struct State;
+  std::unique_ptr<State> state_;
 };
 
-// The cases of the search tool: {"schema": ..., "requests": {CASE: arguments}, "answers": {CASE:
-// {"bound": ..., "notes": [...]} or {"problems": message}}}.
+// The cases of the search tool: {"schema": ..., "requests": {CASE: arguments}, "lines": {CASE:
+// line}, "answers": {CASE: {"bound": ..., "notes": [...]} or {"problems": message}}}.
 void write_cases(std::ostream& out);
 
 }  // namespace tool_binding::bench

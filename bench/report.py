@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes results/ and the end of README.md from the raw results of run.sh.
+"""Writes results/ from the raw results of run.sh.
 
 Usage: report.py RAW_DIRECTORY MACHINE
 
@@ -19,13 +19,15 @@ import sys
 
 CASES = ["clean", "text", "notes", "refused", "action",
          *(f"{kind}/{n}" for kind in ("list", "unknown") for n in (10, 100, 1000, 10000)),
-         "tools/10", "tools/1000", "wide/10", "wide/100", "wide/1000"]
-WAYS = ["limit", "admit_bind", "limit_move", "admit_bind_move"]
+         "tools/10", "tools/1000", "wide/10", "wide/1000"]
+WAYS = ["limit", "admit_bind", "admit_bind_move"]
 PEERS = ["ajv", "zod", "ajv_in_place", "zod_plain", "rapidjson_bind", "rapidjson_validate"]
+ROADS = ["limit_wire", "wire", "ajv_wire", "zod_wire", "nlohmann_wire", "rapidjson_wire"]
+INSTRUCTED_ROADS = ["limit_wire", "wire", "limit_wire_answer", "wire_answer"]
 PLOTTED = ["clean", "text", "notes", "action", "refused", "list/1000", "unknown/100"]
 COLORS = {"limit": "#222222", "admit_bind": "#1f6fb4", "admit_bind_move": "#7db8e8",
           "ajv": "#d9822b", "zod": "#b0413e", "ajv_in_place": "#f0c489", "zod_plain": "#e3a5a3",
-          "rapidjson_bind": "#4c8c4a", "rapidjson_validate": "#a5cf9f"}
+          "rapidjson_bind": "#4c8c4a", "rapidjson_validate": "#a5cf9f", "nlohmann": "#8a63a8"}
 
 
 def undisturbed(name, times):
@@ -37,9 +39,13 @@ class Results:
     def __init__(self, raw):
         self.runs = []  # of each run: nanoseconds by "WAY/CASE"
         self.counters = {}
-        for file in sorted(raw.glob("run*.json")):
+        for file in sorted(raw.glob("run*[0-9].json")):
             repetitions = collections.defaultdict(list)
-            for entry in json.loads(file.read_text())["benchmarks"]:
+            entries = json.loads(file.read_text())["benchmarks"]
+            of_json = file.with_suffix(".text.json")
+            if of_json.exists():
+                entries += json.loads(of_json.read_text())["benchmarks"]
+            for entry in entries:
                 if entry["run_type"] != "iteration":
                     continue
                 name = re.sub("/(min_time|repeats|manual_time|real_time)[^/]*", "", entry["run_name"])
@@ -64,7 +70,7 @@ class Results:
         return statistics.median(ratios) if ratios else None
 
     def instruction_ratio(self, name, base):
-        if name not in self.instructions:
+        if name not in self.instructions or base not in self.instructions:
             return None
         return self.instructions[name] / self.instructions[base]
 
@@ -90,58 +96,81 @@ def table(head, rows):
 
 
 def goals(results):
-    """Rows of (what, the most it should be, what it is)."""
+    """Rows of (what, the most it should be, what it is), of what was measured."""
     rows = []
+
+    def time(name, base, most):
+        rows.append((f"{name} over {base}", most, results.ratio(name, base)))
+
     for case in ("clean", "text", "notes", "action"):
-        limit = f"limit/{case}"
-        rows.append((f"admit_bind/{case}, time", 2.0, results.ratio(f"admit_bind/{case}", limit)))
-        rows.append((f"admit_bind/{case}, instructions", 2.0,
-                     results.instruction_ratio(f"admit_bind/{case}", limit)))
-        rows.append((f"admit_bind_move/{case}, time", 1.6,
-                     results.ratio(f"admit_bind_move/{case}", limit)))
+        time(f"admit_bind/{case}", f"limit/{case}", 1.5)
+        time(f"admit_bind_move/{case}", f"limit/{case}", 1.5)
+        rows.append((f"admit_bind/{case} over limit, instructions", 2.0,
+                     results.instruction_ratio(f"admit_bind/{case}", f"limit/{case}")))
     for case, most in (("refused", 1.5), ("list/1000", 1.1), ("unknown/100", 1.0),
                        ("unknown/1000", 1.0), ("unknown/10000", 1.0)):
-        rows.append((f"admit_bind/{case}, time", most,
-                     results.ratio(f"admit_bind/{case}", f"limit/{case}")))
-    rows = [(what + " over limit", most, is_now) for what, most, is_now in rows]
+        time(f"admit_bind/{case}", f"limit/{case}", most)
     for case in ("clean", "text", "notes", "action", "refused", "list/1000", "unknown/1000"):
         beyond = (results.counters[f"admit_bind/{case}"]["allocations"]
                   - results.counters[f"limit/{case}"]["allocations"])
         rows.append((f"admit_bind/{case}, allocations beyond limit's", 1.0, beyond))
-    rows.append(("tools/1000 over tools/10", 1.3,
-                 results.ratio("admit_bind/tools/1000", "admit_bind/tools/10")))
-    rows.append(("wide/1000 over wide/10, a parameter", 1.3,
+    time("admit_bind/tools/1000", "admit_bind/tools/10", 1.3)
+    rows.append(("admit_bind/wide/1000 over admit_bind/wide/10, a parameter", 1.3,
                  results.ratio("admit_bind/wide/1000", "admit_bind/wide/10") / 100))
+    time("try_admit_bind/refused", "ajv/refused", 0.6)
     for case in CASES:
         for peer in ("ajv", "zod", "rapidjson_bind"):
-            ratio = results.ratio(f"admit_bind/{case}", f"{peer}/{case}")
-            if ratio is not None:
-                rows.append((f"admit_bind/{case} over {peer}", 1.0, ratio))
-    for case in ("clean", "refused"):
-        name = f"threads/{case}/threads:"
-        rows.append((f"time a request of two threads over one, {case}", 1 / 1.9,
-                     results.ratio(name + "2", name + "1")))
-    return rows
+            time(f"admit_bind/{case}", f"{peer}/{case}", 1.0)
+    time("wire/clean", "limit_wire/clean", 1.5)
+    for case in CASES:
+        time(f"wire/{case}", f"ajv_wire/{case}", 1.2 if case in ("list/1000", "list/10000") else 0.8)
+    for case, most in (("clean", 1.25), ("list/1000", 1.0), ("mixed", 2.0)):
+        time(f"parse_json/{case}", f"simdjson/{case}", most)
+    for case, most in (("clean", 0.6), ("list/1000", 1.0)):
+        time(f"parse_json/{case}", f"json_parse/{case}", most)
+    for case in ("clean", "list/1000"):
+        time(f"json_text/{case}", f"json_stringify/{case}", 0.6)
+    for way in ("threads/clean", "threads/refused", "threads_try/refused", "threads_wire/clean"):
+        rows.append((f"time a request of two threads over one, {way}", 1 / 1.9,
+                     results.ratio(f"{way}/threads:2", f"{way}/threads:1")))
+    return [row for row in rows if row[2] is not None]
 
 
 def tables(results, machine):
     def allocations(name):
-        counters = results.counters[name]
+        counters = results.counters.get(name)
+        if counters is None:
+            return "–"
         return f"{counters['allocations']:,.0f} / {counters['heap_bytes']:,.0f}"
 
     def times_row(case):
         limit = f"limit/{case}"
         return [case, shown(results.time(limit)), with_ratio(results, f"admit_bind/{case}", limit),
-                with_ratio(results, f"limit_move/{case}", limit),
-                with_ratio(results, f"admit_bind_move/{case}", limit),
-                times(results.ratio(f"admit_bind_move/{case}", f"limit_move/{case}"))]
+                with_ratio(results, f"admit_bind_move/{case}", limit)]
 
     def instructions_row(case):
         counts = results.instructions
-        return [case, f"{counts[f'limit/{case}']:,}",
-                *(f"{counts[f'{way}/{case}']:,} "
-                  f"({times(results.instruction_ratio(f'{way}/{case}', f'limit/{case}'))})"
-                  for way in WAYS[1:])]
+
+        def cell(way, base):
+            name = f"{way}/{case}"
+            if name not in counts:
+                return "–"
+            return f"{counts[name]:,} ({times(results.instruction_ratio(name, f'{base}/{case}'))})"
+
+        return [case, *(cell(way, "limit") for way in WAYS),
+                *(cell(way, way if way.startswith("limit_") else f"limit_{way}")
+                  for way in INSTRUCTED_ROADS)]
+
+    def roads(suffix):
+        ways = [way + suffix for way in ROADS]
+        return table(["case", *ways],
+                     [[case, *(with_ratio(results, f"{way}/{case}", f"{ways[0]}/{case}")
+                               for way in ways)] for case in CASES])
+
+    def micro(case):
+        names = [f"{way}/{case}" for way in ("parse_json", "simdjson", "json_parse", "json_text",
+                                             "json_stringify")]
+        return [case, *(shown(results.time(name)) for name in names)]
 
     def met(ratio, most):
         return "yes" if ratio <= most else "**no**"
@@ -149,17 +178,28 @@ def tables(results, machine):
     return "\n\n".join([
         f"{machine}; lowest deciles of a run's repetitions, medians of {len(results.runs)} runs.",
         "Nanoseconds a request, and the ratio to `limit` (the median of the runs' own ratios):",
-        table(["case", *WAYS, "move over limit_move"], map(times_row, CASES)),
+        table(["case", *WAYS], map(times_row, CASES)),
         "The peers, likewise (to the left those given the same work):",
         table(["case", "limit", "admit_bind", *PEERS],
               [[case, shown(results.time(f"limit/{case}")),
                 *(with_ratio(results, f"{way}/{case}", f"limit/{case}")
                   for way in ["admit_bind", *PEERS])]
                for case in CASES if any(results.time(f"{peer}/{case}") for peer in PEERS)]),
+        "From the bytes of a line to bound arguments, and the ratio to `limit_wire`:",
+        roads(""),
+        "And to the bytes of the answer:",
+        roads("_answer"),
+        "Reading and writing JSON alone:",
+        table(["text", "parse_json", "simdjson into Value", "JSON.parse", "json_text",
+               "JSON.stringify"], map(micro, ("clean", "list/1000", "mixed"))),
+        "A refusal that is returned, not thrown:",
+        table(["case", "try_limit", "try_admit_bind"],
+              [["refused", shown(results.time("try_limit/refused")),
+                with_ratio(results, "try_admit_bind/refused", "try_limit/refused")]]),
         "Instructions a request:",
-        table(["case", *WAYS],
+        table(["case", *WAYS, *INSTRUCTED_ROADS],
               [instructions_row(case) for case in CASES
-               if f"limit/{case}" in results.instructions]),
+               if f"admit_bind/{case}" in results.instructions]),
         "Allocations a request / bytes that they ask for:",
         table(["case", *WAYS],
               [[case, *(allocations(f"{way}/{case}") for way in WAYS)] for case in CASES]),
@@ -170,8 +210,14 @@ def tables(results, machine):
     ]) + "\n"
 
 
+def color_of(way):
+    """A road has the colour of what it goes through."""
+    road = way.removesuffix("wire").removesuffix("_")
+    return COLORS.get(way) or COLORS.get(road) or COLORS[f"{road}_bind" if road else "admit_bind"]
+
+
 def plot(results, machine):
-    ways = ["limit", "admit_bind", "admit_bind_move", *PEERS]
+    ways = ["limit", "admit_bind", "admit_bind_move", *PEERS, *ROADS]
     left, top, bar, width = 230, 84, 15, 640
     rows = []  # (y, way, name)
     labels = []  # (y, case)
@@ -193,7 +239,7 @@ def plot(results, machine):
              f'height="{y + 40}" font-family="sans-serif" font-size="11">',
              '<rect width="100%" height="100%" fill="white"/>',
              '<text x="12" y="24" font-size="15">Nanoseconds a request (logarithmic), and the '
-             'ratio to limit</text>',
+             'ratio to limit; from a line of JSON (wire), to limit_wire</text>',
              f'<text x="12" y="44" fill="#555">{html.escape(machine)}</text>']
     for power in range(low, high + 1):
         parts.append(f'<line x1="{x(10 ** power):.1f}" x2="{x(10 ** power):.1f}" y1="{top - 8}" '
@@ -204,11 +250,12 @@ def plot(results, machine):
         parts.append(f'<text x="12" y="{middle + 5:.1f}" font-size="14" font-weight="bold">'
                      f'{case}</text>')
     for y_bar, way, case in rows:
-        name, limit = f"{way}/{case}", f"limit/{case}"
+        base = "limit_wire" if way.endswith("wire") else "limit"
+        name, limit = f"{way}/{case}", f"{base}/{case}"
         time = results.time(name)
         parts.append(f'<text x="{left - 6}" y="{y_bar + 11}" text-anchor="end">{way}</text>')
         parts.append(f'<rect x="{left}" y="{y_bar + 1}" width="{x(time) - left:.1f}" '
-                     f'height="{bar - 3}" fill="{COLORS[way]}"/>')
+                     f'height="{bar - 3}" fill="{color_of(way)}"/>')
         parts.append(f'<text x="{x(time) + 5:.1f}" y="{y_bar + 11}">{shown(time)} '
                      f'({times(results.ratio(name, limit))})</text>')
     return "\n".join(parts + ["</svg>"]) + "\n"
@@ -219,12 +266,8 @@ def main():
     here = pathlib.Path(__file__).parent
     results = Results(raw)
     shown_tables = tables(results, machine)
-    (here / "results").mkdir(exist_ok=True)
     (here / "results" / "table.md").write_text(shown_tables)
     (here / "results" / "plot.svg").write_text(plot(results, machine))
-    readme = here / "README.md"
-    text, mark, _ = readme.read_text().partition("<!-- written by report.py -->\n")
-    readme.write_text(text + mark + "\n" + shown_tables)
 
 
 if __name__ == "__main__":

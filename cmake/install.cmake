@@ -22,6 +22,11 @@ configure_package_config_file(cmake/tool_bindingConfig.cmake.in
   ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tool_bindingConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
+# Appending an absolute path replaces what it is appended to.
+set(pc_libdir "\${prefix}")
+cmake_path(APPEND pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+set(pc_includedir "\${prefix}")
+cmake_path(APPEND pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
 configure_file(cmake/tool_binding.pc.in ${PROJECT_BINARY_DIR}/tool_binding.pc @ONLY)
 install(FILES
   ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake
@@ -29,3 +34,5 @@ install(FILES
   DESTINATION ${package_dir} COMPONENT dev)
 install(FILES ${PROJECT_BINARY_DIR}/tool_binding.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT core)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)

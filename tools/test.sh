@@ -1,13 +1,13 @@
 #!/bin/sh
-# Builds everything and passes all tests: as users build it, under the address and
-# undefined-behaviour sanitizers, and those with threads under the thread sanitizer. PRESETS chooses
-# others (see CMakePresets.json).
+# Builds everything and passes all tests: as users build it, with clang and a shared library, under
+# the address and undefined-behaviour sanitizers, and those with threads under the thread sanitizer.
+# PRESETS chooses others (see CMakePresets.json).
 set -eu
 cd "$(dirname "$0")/.."
 
 tools/setup.sh cmake ninja-build g++ clang nlohmann-json3-dev libcli11-dev libgtest-dev \
   libicu-dev unicode-data python3-minimal pkg-config
-for preset in ${PRESETS:-dev asan tsan}; do
+for preset in ${PRESETS:-dev clang asan tsan}; do
   cmake --preset "$preset"
   cmake --build --preset "$preset"
   ctest --preset "$preset"

@@ -12,7 +12,7 @@ import {closest, distance} from 'fastest-levenshtein';
 import {readFileSync} from 'node:fs';
 import * as z from 'zod';
 
-const {schema, requests, answers} = JSON.parse(readFileSync(process.argv[2], 'utf8'));
+const {schema, requests, lines, answers} = JSON.parse(readFileSync(process.argv[2], 'utf8'));
 const names = Object.keys(schema.properties);
 const synonyms = new Map(names.flatMap(
     (name) => (schema.properties[name]['x-synonyms'] ?? []).map((synonym) => [synonym, name])));
@@ -151,9 +151,16 @@ const peers = {
   zod_plain: {answer: withPlainZod, plain: true},
 };
 
-function check({answer, plain}, name) {
+function answerOf({answer, isRoad}, name) {
+  const answered = answer(isRoad ? lines[name] : structuredClone(requests[name]));
+  return typeof answered === 'string' ? JSON.parse(answered) : answered;
+}
+
+function check(peer, name) {
+  const {plain, onlyIn} = peer;
+  if (onlyIn !== undefined) return;
   const expected = answers[name];
-  const {bound, notes, problems} = answer(structuredClone(requests[name]));
+  const {bound, notes, problems} = answerOf(peer, name);
   if (typeof expected.problems === 'string') {
     strictEqual(typeof problems, plain ? 'object' : 'string');
     if (!plain) strictEqual(problems.split('; ').length, expected.problems.split('; ').length);
@@ -164,6 +171,22 @@ function check({answer, plain}, name) {
   }
   if (!plain) deepStrictEqual(notes, expected.notes);
 }
+
+// The whole road: from a request's line to its answer, and to the answer's line. The line is text
+// already, which JavaScript would have to decode from bytes first.
+for (const name of ['ajv', 'zod']) {
+  const tools = {code_search: peers[name].answer};
+  const bound = (text) => {
+    const request = JSON.parse(text);
+    return tools[request.tool](request.arguments);
+  };
+  peers[`${name}_wire`] = {answer: bound, isRoad: true};
+  peers[`${name}_wire_answer`] = {answer: (text) => JSON.stringify(bound(text)), isRoad: true};
+}
+
+const onlyIn = ['clean', 'list/1000'];
+peers.json_parse = {answer: JSON.parse, isRoad: true, onlyIn};
+peers.json_stringify = {answer: JSON.stringify, onlyIn};
 
 let sink;
 
@@ -182,7 +205,7 @@ function time({answer, changes}, request, count) {
 
 function measure(peer, name) {
   check(peer, name);
-  const request = requests[name];
+  const request = peer.isRoad ? lines[name] : requests[name];
   let count = 1;
   while (time(peer, request, count) < 2 && count < 1e5) count *= 2;
   for (const end = performance.now() + 300; performance.now() < end;) time(peer, request, count);
@@ -201,7 +224,8 @@ if (peerName !== undefined) {
 } else {
   for (const peer in peers) {
     for (const name in requests) {
-      if (!(peers[peer].plain && name === 'notes')) console.log(`${peer} ${name}`);
+      const {plain, onlyIn = Object.keys(requests)} = peers[peer];
+      if (onlyIn.includes(name) && !(plain && name === 'notes')) console.log(`${peer} ${name}`);
     }
   }
 }
