@@ -81,6 +81,18 @@ struct ToolsReading {
 // and a default action without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
+struct WireOptions {
+  bool additional_properties = false;
+  bool defaults = true;
+};
+[[nodiscard]] TOOL_BINDING_EXPORT Value wire_tools(const ToolTable& tools,
+                                                   const WireOptions& options = {});
+struct ToolCheck {
+  std::vector<SchemaProblem> errors;
+  std::vector<SchemaProblem> warnings;
+};
+[[nodiscard]] TOOL_BINDING_EXPORT ToolCheck check_tool(const ToolDefinition& tool);
+
 // One tool's input schema.
 [[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);
 
