@@ -151,6 +151,10 @@ constexpr void check_parameter() {
       "std::shared_ptr<T>; and Call& and std::stop_token");
 }
 
+template <class F>
+concept HandlerFunction = HasSignature<F> && signature_of<F>::is_const &&
+    ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>;
+
 // Errors that the compiler finds in any handler.
 template <class F>
 constexpr void check_signature() {
@@ -204,7 +208,7 @@ template <std::size_t Given, class F>
 Callable named_callable(F&& function, std::span<const std::string_view> names,
                         const Ignored& ignored) {
   check_signature<F>();
-  if constexpr (HasSignature<F>) {
+  if constexpr (HandlerFunction<F>) {
     return named_callable<Given>(std::move(function), names, ignored,
                                  typename signature_of<F>::ParameterTypes{});
   } else {
@@ -442,7 +446,7 @@ template <class F>
     declarations.push_back({param.name(), param.options(), param.type()});
     members.push_back(param.member());
   }
-  if constexpr (detail::HasSignature<F>) {
+  if constexpr (detail::HandlerFunction<F>) {
     static_assert(std::default_initializable<Struct>,
                   "tool_binding: the struct that a handler takes first must be "
                   "default-constructible. A context entry that comes first is taken as T&, T* or "

@@ -127,9 +127,9 @@ std::string integer_words(const CppType& type, const ParamSpec* param) {
     return bound != nullptr && bound->is_integer() ? display_form(*bound) : limit;
   };
   const bool has_bounds = param != nullptr && !type.is_vector;
-  return line_of(
-      {"a whole number from ", side(has_bounds ? &param->minimum : nullptr, shown(type.lowest)),
-       " to ", side(has_bounds ? &param->maximum : nullptr, shown(type.highest))});
+  return line_of({"a whole number from ",
+                  side(has_bounds ? &param->minimum : nullptr, shown(type.lowest)), " to ",
+                  side(has_bounds ? &param->maximum : nullptr, shown(type.highest))});
 }
 
 }  // namespace

@@ -97,9 +97,9 @@ Handler bound_handler(const ToolSpec& spec, const Context& context, const Callab
                       std::vector<std::string> problems) {
   Plan plan = plan_of(spec, callable, context, problems);
   if (!problems.empty()) throw HandlerError(std::move(problems));
-  return {signature_of_callable(callable),
-          BoundCall{std::make_shared<const BoundTool>(
-              BoundTool{std::move(plan), callable.function})}};
+  return {
+      signature_of_callable(callable),
+      BoundCall{std::make_shared<const BoundTool>(BoundTool{std::move(plan), callable.function})}};
 }
 
 }  // namespace
@@ -112,9 +112,9 @@ Handler make_handler(const ToolSpec& spec, const Context& context, Callable call
 
 namespace {
 
-class HandlerFunction final : public Function {
+class ByHand final : public Function {
  public:
-  explicit HandlerFunction(Handler handler) : handler_(std::move(handler)) {}
+  explicit ByHand(Handler handler) : handler_(std::move(handler)) {}
 
   void call(Frame& frame) const override {
     try {
@@ -166,8 +166,8 @@ ParamSpec declared(MemberDeclaration member) {
                   .default_ = std::move(options.default_),
                   .action_defaults = std::move(options.action_defaults),
                   .description = std::move(options.description)};
-  param.required = !type.is_optional && param.required_for.empty() &&
-                   param.default_.is_none() && param.action_defaults.empty();
+  param.required = !type.is_optional && param.required_for.empty() && param.default_.is_none() &&
+                   param.action_defaults.empty();
   if (type.kind == CppKind::enumeration && param.enum_.empty()) {
     for (const Enumerator& enumerator : type.enumerators()) {
       param.enum_.emplace_back(enumerator.name);
@@ -192,34 +192,37 @@ class Declaring {
     const bool is_action = member.name == ACTION_PARAM && !definition_.actions.empty();
     members_.push_back({member.name, {.type = member.type}});
     if (is_action && !is_plain(member.options)) {
-      problem(member.name, "is the action, of which only the name is declared here; its default, "
-                           "names and synonyms are the definition's");
+      problem(member.name,
+              "is the action, of which only the name is declared here; its default, "
+              "names and synonyms are the definition's");
     }
+    // One that comes twice is found when the handler is bound.
     if (!is_action) add_param(declared(std::move(member)));
   }
 
   Tool tool(bool takes_struct) && {
     if (takes_struct && members_.empty()) {
-      problem("", "the handler takes a struct first, and no member of it is a parameter; name its "
-                  "members, or take a context entry as T& or std::shared_ptr<T>");
+      problem("",
+              "the handler takes a struct first, and no member of it is a parameter; name its "
+              "members, or take a context entry as T& or std::shared_ptr<T>");
     }
-    for (ParamSpec& param : std::exchange(definition_.params, {})) add_param(std::move(param));
+    for (ParamSpec& param : definition_.params) {
+      if (!add_param(param)) problem(param.name, "is declared twice; declare each parameter once");
+    }
     definition_.params = std::move(params_);
     callable_.parameters.insert(callable_.parameters.begin(), members_.begin(), members_.end());
-    return tool_of({ToolSpec(std::move(definition_)), {}, std::move(callable_),
-                    std::move(problems_)});
+    return tool_of(
+        {ToolSpec(std::move(definition_)), {}, std::move(callable_), std::move(problems_)});
   }
 
  private:
-  void add_param(ParamSpec param) {
-    const auto has_its_name = [&param](const ParamSpec& other) { return other.name == param.name; };
-    if (std::none_of(params_.begin(), params_.end(), has_its_name)) {
-      params_.push_back(std::move(param));
-    } else if (std::none_of(definition_.params.begin(), definition_.params.end(), has_its_name)) {
-      return;  // a member that comes twice, which is found when the handler is bound
-    } else {
-      problem(param.name, "is declared twice; declare each parameter once");
-    }
+  // Whether it is the first of its name.
+  bool add_param(ParamSpec param) {
+    const bool is_first = std::none_of(params_.begin(), params_.end(), [&param](const auto& other) {
+      return other.name == param.name;
+    });
+    if (is_first) params_.push_back(std::move(param));
+    return is_first;
   }
   void problem(std::string_view parameter, std::string_view reason) {
     problems_.push_back(
@@ -251,9 +254,8 @@ Tool make_tool(ToolDefinition definition, std::vector<MemberDeclaration> members
 Tool tool(ToolSpec spec, Handler handler) {
   std::vector<std::string> problems = detail::handler_problems(spec, handler);
   // Whatever it does not name it is given all the same.
-  detail::Callable callable{std::make_shared<detail::HandlerFunction>(std::move(handler)),
-                            {},
-                            spec.param_names()};
+  detail::Callable callable{
+      std::make_shared<detail::ByHand>(std::move(handler)), {}, spec.param_names()};
   if (spec.actions().size() > 1) callable.ignored.emplace_back(ACTION_PARAM);
   return detail::tool_of({std::move(spec), {}, std::move(callable), std::move(problems)});
 }

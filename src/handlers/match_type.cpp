@@ -88,7 +88,10 @@ class TypeMatch {
     if (is_own && type_.custom().get() == &custom) return true;
     const std::string_view declared = schema_word(custom);
     const std::string_view word = word_of(type_);
-    if (declared.empty() ? is_own || takes_all(custom) : declared == word) return true;
+    const bool is_enumeration = type_.kind == CppKind::enumeration && !type_.is_vector;
+    if (is_enumeration || declared.empty() ? is_own || takes_all(custom) : declared == word) {
+      return true;
+    }
     if (is_own && word.empty()) return true;
     add({type_line(custom.words, type_, types_for(declared), declaration_of(type_))});
     return false;
@@ -105,13 +108,12 @@ class TypeMatch {
     if (!type_.is_vector || param_.custom != nullptr || word.empty()) return;
     const bool is_text_by_enum = !param_.enum_.empty() && param_.items_type.empty();
     if (param_.items_type == word || (is_text_by_enum && word == "string")) return;
-    const std::string declared =
-        param_.items_type.empty() ? "without the type of its items"
-                                  : line_of({"with items of the type \"", param_.items_type, "\""});
-    add({type_line(declared, type_,
-                   line_of({"a std::vector of what it holds (",
-                            types_for(param_.items_type), ")"}),
-                   line_of({".items_type = \"", word, "\""}))});
+    const std::string declaration = line_of({".items_type = \"", word, "\""});
+    if (param_.items_type.empty()) {
+      return add({type_line("without the type of its items", type_, "List", declaration)});
+    }
+    add({type_line(line_of({"with items of the type \"", param_.items_type, "\""}), type_,
+                   line_of({"a std::vector of ", types_for(param_.items_type)}), declaration)});
   }
 
   void match_enumeration() {
@@ -150,9 +152,9 @@ class TypeMatch {
     if (type_.kind == CppKind::integer && bound.is_float() && !is_whole(bound.get_float())) return;
     const Value used = type_.kind == CppKind::integer ? to_integer(bound) : bound;
     if (type_.accepts(used)) return;
-    add({"its ", which, " ", display_form(bound), " is more than ", name_of(type_),
-         " holds, which is ", words_of(type_, used, nullptr), "; take a larger type, or bring the ",
-         which, " within it"});
+    add({"its ", which, " ", display_form(bound), " lies outside of ", name_of(type_), ", ",
+         words_of(type_, used, nullptr), "; take a larger type, or bring the ", which,
+         " within it"});
   }
 
   void match_defaults() {
@@ -163,8 +165,10 @@ class TypeMatch {
     if (value.is_none() || type_.accepts(value)) return;
     const Value* item = first_bad_item(value);
     add({"its default ", action.empty() ? "" : line_of({"for ", action, " "}), display_form(value),
-         " cannot be ", name_of(type_), ", ", item != nullptr ? "of which each item is " : "which is ",
-         type_.is_vector && item == nullptr ? "a list" : words_of(type_, item ? *item : value, nullptr),
+         " cannot be ", name_of(type_), ", ",
+         item != nullptr ? "of which each item is " : "which is ",
+         type_.is_vector && item == nullptr ? "a list"
+                                            : words_of(type_, item ? *item : value, nullptr),
          "; write a default that can"});
   }
   [[nodiscard]] const Value* first_bad_item(const Value& value) const {
@@ -233,8 +237,8 @@ std::vector<std::string> action_mismatches(const ToolSpec& spec, const CppType& 
                           spec.action_names().end())) {
     return {};
   }
-  return {line_of({"is one of the actions ", names, ", and the enumerators of ", type.name,
-                   " are ", joined(enumerators, ", "), "; make them the same, or take std::string_view"})};
+  return {line_of({"is one of the actions ", names, ", and the enumerators of ", type.name, " are ",
+                   joined(enumerators, ", "), "; make them the same, or take std::string_view"})};
 }
 
 }  // namespace tool_binding::detail

@@ -15,8 +15,7 @@ namespace tool_binding::detail {
 [[nodiscard]] std::vector<std::string> type_mismatches(const ToolSpec& spec, const ParamSpec& param,
                                                        const CppType& type);
 // The reasons why the action cannot be a `type`.
-[[nodiscard]] std::vector<std::string> action_mismatches(const ToolSpec& spec,
-                                                         const CppType& type);
+[[nodiscard]] std::vector<std::string> action_mismatches(const ToolSpec& spec, const CppType& type);
 
 }  // namespace tool_binding::detail
 

@@ -89,9 +89,8 @@ class Planning {
   Slot param_slot(const ParamSpec& param, const CppType& type) {
     for (const std::string& reason : type_mismatches(spec_, param, type)) add(param.name, {reason});
     const auto place = static_cast<std::size_t>(&param - spec_.params().data());
-    Slot slot{.place = ToolIndex::of(spec_).param_index[place].place,
-              .param = &param,
-              .type = &type};
+    Slot slot{
+        .place = ToolIndex::of(spec_).param_index[place].place, .param = &param, .type = &type};
     if (!param.action_defaults.empty()) slot.action_defaults = defaults_by_action(param);
     return slot;
   }
@@ -143,13 +142,15 @@ class Planning {
       add(name, {is_ignored ? "is ignored, and the handler takes it; do one of both"
                             : line_of({name == ACTION_PARAM ? "is the action" : "is declared",
                                        ", and the handler does not take it; take it, or add "
-                                       "ignored(\"", name, "\")"})});
+                                       "ignored(\"",
+                                       name, "\")"})});
     }
   }
   void match_ignored() {
     for (const std::string& name : callable_.ignored) {
       if (declared(name) != nullptr || is_action(name)) continue;
-      add(name, {"is ignored, and is no parameter of ", spec_.name(), nearest(name), "; ", takes()});
+      add(name,
+          {"is ignored, and is no parameter of ", spec_.name(), nearest(name), "; ", takes()});
     }
   }
 
@@ -202,9 +203,9 @@ class Planning {
     if (names.size() > 1) return many_entries(parameter, names);
     if (found == nullptr) return no_entry(parameter);
     if (fits(*found, taken)) return found;
-    add(parameter.name, {"the handler takes ", taken_context_name(taken), ", and the context's '",
-                         found->name, "' is ", provided_name(*found), "; take ",
-                         provided_name(*found), "&"});
+    add(parameter.name,
+        {"the handler takes ", taken_context_name(taken), ", and the context's '", found->name,
+         "' is ", provided_name(*found), "; take ", provided_name(*found), "&"});
     return nullptr;
   }
   const Context::Entry* many_entries(const NamedParameter& parameter,
@@ -218,10 +219,10 @@ class Planning {
     if (parameter.taken.role == Role::pointer) return nullptr;
     const std::string_view type = parameter.taken.context_name;
     const std::string name = parameter.name.empty() ? "NAME" : parameter.name;
-    add(parameter.name, {"the handler takes ", taken_context_name(parameter.taken),
-                         ", and the context has no entry of exactly that type; provide(\"", name,
-                         "\", std::shared_ptr<", type, ">), or take ", type,
-                         "*, which may be null"});
+    add(parameter.name,
+        {"the handler takes ", taken_context_name(parameter.taken),
+         ", and the context has no entry of exactly that type; provide(\"", name,
+         "\", std::shared_ptr<", type, ">), or take ", type, "*, which may be null"});
     return nullptr;
   }
 

@@ -8,8 +8,8 @@
 #include <stdexcept>
 
 #include "handlers/binding.hpp"
-#include "text/lines.hpp"
 #include "handlers/pending_json.hpp"
+#include "text/lines.hpp"
 #include "value/mapping_access.hpp"
 
 namespace tool_binding {
@@ -85,9 +85,9 @@ struct TakeResult {
     if (is_structured(result.structured)) {
       add_structured(answer, std::move(result.structured));
     } else if (!result.structured.is_none()) {
-      throw std::invalid_argument(line_of({"structured content is ",
-                                           kind_name(result.structured.kind()),
-                                           ", and can be a mapping or a list"}));
+      throw std::invalid_argument(
+          line_of({"structured content is ", kind_name(result.structured.kind()),
+                   ", and can be a mapping or a list"}));
     }
     if (result.is_error) answer.outcome = Outcome::failed;
   }
@@ -127,8 +127,8 @@ ToolService::ToolService(std::vector<Tool> tools, const Context& context, Servic
   for (const Tool& tool : tools) {
     const ToolRecord& parts = tool.record();
     problems.insert(problems.end(), parts.problems.begin(), parts.problems.end());
-    record->bound.push_back({plan_of(parts.spec, parts.callable, context, problems),
-                             parts.callable.function});
+    record->bound.push_back(
+        {plan_of(parts.spec, parts.callable, context, problems), parts.callable.function});
     record->infos.push_back(parts.info);
   }
   record->tools = ToolTable(distinct_specs(tools, problems));

@@ -114,6 +114,8 @@ struct Taking {
 template <class Argument>
 concept CallArgument = std::same_as<std::remove_const_t<std::remove_reference_t<Argument>>, Call>;
 template <class Argument>
+concept CallReference = CallArgument<Argument> && std::is_lvalue_reference_v<Argument>;
+template <class Argument>
 concept StopArgument = std::same_as<std::remove_cvref_t<Argument>, std::stop_token> &&
     (!std::is_lvalue_reference_v<Argument> || std::is_const_v<std::remove_reference_t<Argument>>);
 // By value, by const reference or by rvalue reference: a reference that could change it is none.
@@ -124,21 +126,23 @@ template <class Argument>
 concept ContextArgument = std::is_lvalue_reference_v<Argument> && !CallArgument<Argument> &&
                           !StopArgument<Argument> && !RequestArgument<Argument>;
 
-template <class Argument>
-requires RequestArgument<Argument>
+// What a pointer in the context can point to: characters are text.
+template <class T>
+concept ContextObject = std::is_object_v<T> && !CharacterType<std::remove_const_t<T>>;
+
+template <RequestArgument Argument>
 struct Taking<Argument> {
   static constexpr bool is_supported = true;
   static constexpr TakenParameter taken = {.type = &cpp_type<std::remove_cvref_t<Argument>>};
 };
-template <class Argument>
-requires ContextArgument<Argument>
+template <ContextArgument Argument>
 struct Taking<Argument> {
   static constexpr bool is_supported = true;
   static constexpr TakenParameter taken =
       taken_context<std::remove_reference_t<Argument>>(Role::reference);
 };
-template <class T>
-requires std::is_object_v<T> &&(!CharacterType<std::remove_const_t<T>>)struct Taking<T*> {
+template <ContextObject T>
+struct Taking<T*> {
   static constexpr bool is_supported = true;
   static constexpr TakenParameter taken = taken_context<T>(Role::pointer);
 };
@@ -149,14 +153,12 @@ struct Taking<std::shared_ptr<T>> {
 };
 template <class T>
 struct Taking<const std::shared_ptr<T>&> : Taking<std::shared_ptr<T>> {};
-template <class Argument>
-requires CallArgument<Argument> && std::is_lvalue_reference_v<Argument>
+template <CallReference Argument>
 struct Taking<Argument> {
   static constexpr bool is_supported = true;
   static constexpr TakenParameter taken = {.role = Role::call};
 };
-template <class Argument>
-requires StopArgument<Argument>
+template <StopArgument Argument>
 struct Taking<Argument> {
   static constexpr bool is_supported = true;
   static constexpr TakenParameter taken = {.role = Role::stop_token};
@@ -403,21 +405,21 @@ class StructFunction<F, NoRequest, Arguments...> final : public Function {
   F function_;
 };
 
+// By value or by const reference, what nothing else can give.
+template <class First>
+concept RequestStruct = std::is_class_v<std::remove_cvref_t<First>> &&
+                        (!std::is_lvalue_reference_v<First> ||
+                         std::is_const_v<std::remove_reference_t<First>>)&&!CallArgument<First> &&
+                        !Taking<std::remove_cvref_t<First>>::is_supported;
+
 // The struct that a callable takes first, by value or by const reference, and the rest.
 template <class Types>
 struct Split {
   using Request = NoRequest;
   using Rest = Types;
 };
-template <class First, class... Others>
-requires std::is_class_v<std::remove_cvref_t<First>> &&
-    (!std::is_lvalue_reference_v<First> || std::is_const_v<std::remove_reference_t<First>>)&&(
-        !ParameterType<std::remove_cvref_t<
-            First>>)&&(!CallArgument<First>)&&(!StopArgument<First>)&&(!Taking<std::
-                                                                                   remove_cvref_t<
-                                                                                       First>>::
-                                                                           is_supported) struct
-    Split<Parameters<First, Others...>> {
+template <RequestStruct First, class... Others>
+struct Split<Parameters<First, Others...>> {
   using Request = std::remove_cvref_t<First>;
   using Rest = Parameters<Others...>;
 };
