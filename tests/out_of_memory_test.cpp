@@ -68,7 +68,7 @@ void expect_bad_alloc_alone(const Call& call) {
   }
 }
 
-TEST(OutOfMemory, LeavesWhatWasLentAsItWasAndWhatWasHandedOverValid) {
+TEST(OutOfMemory, LeavesWhatIsReadUnchangedAndWhatIsMovedInValid) {
   set_tools(sample_tools());
   for (const Request& request : sample_requests()) {
     SCOPED_TRACE(request.tool + display_form(request.arguments));
@@ -132,6 +132,7 @@ TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
                          "action": {"enum": ["get"], "default": "put"},
                          "r": {"enum": ["A", "a"], "default": "b", "x-synonyms": ["s", "p"]}}}},
          {"name": "t", "inputSchema": 5}]})"};
+  static_cast<void>(any_type());  // made once
   for (const std::string& definition : definitions) {
     expect_bad_alloc_alone([&definition] {
       ToolsReading reading = read_tools(parse_json(definition));

@@ -13,7 +13,6 @@
 
 #include "print_values.hpp"
 #include "tool_binding/value_events.hpp"
-#include "value/name_hash.hpp"
 
 namespace tool_binding {
 namespace {
@@ -268,17 +267,6 @@ TEST(Mapping, KeepsFirstPositionsAndLaterValues) {
   std::ostringstream out;
   out << mapping << ' ' << mapping.at("a") << ' ' << mapping.at("a").as_list();
   EXPECT_EQ(out.str(), "{'a': [True, False], 7: 'seven'} [True, False] [True, False]");
-}
-
-// No pair of names is known to collide whatever the process's keys are.
-TEST(NameHash, HasTwoKeys) {
-  std::mt19937_64 random(2);
-  for (int i = 0; i < 100; ++i) {
-    const std::uint64_t first = random();
-    const std::uint64_t second = random();
-    EXPECT_NE(words_hash(first, second), words_hash(~second, ~first));
-    EXPECT_NE(words_hash(first, second), words_hash(second, first));
-  }
 }
 
 // Against a plain list of pairs, across the size from which an index is kept.

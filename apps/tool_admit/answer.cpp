@@ -106,9 +106,9 @@ Answer answer_line(std::string_view line, bool display) {
     return {json_text(admit(name, arguments_of(members), display)), true};
   } catch (const std::exception& error) {
     Mapping answer{{"tool", std::move(tool)}, {"error", Mapping()}};
-    Mapping& told = answer.find("error")->get_mapping();
-    told.set("type", type_of(error));
-    told.set("message", message_of(error));
+    Mapping& reported = answer.find("error")->get_mapping();
+    reported.set("type", type_of(error));
+    reported.set("message", message_of(error));
     return {json_text(std::move(answer)), false};
   }
 }

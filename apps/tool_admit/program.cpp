@@ -97,7 +97,7 @@ ToolTable load_tools(const Options& options) {
     std::cerr << path << ": " << counted(left_out, "tool") << " left out; --check says why\n";
   }
   if (!reading.warnings.empty()) {
-    std::cerr << path << ": " << counted(reading.warnings.size(), "warning") << "; --check tells\n";
+    std::cerr << path << ": " << counted(reading.warnings.size(), "warning") << "; --check shows them\n";
   }
   return ToolTable(std::move(reading.tools));
 }

@@ -62,18 +62,34 @@ struct SchemaProblem {
 // "TOOL, 'PARAMETER': REASON", without the parts that are empty.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string problem_line(const SchemaProblem& problem);
 
-// The tools that could be read, in their order, and all that was found. A tool with an error is
-// not among the tools; warnings keep none back.
-struct ToolsReading {
-  std::vector<ToolSpec> tools;
+// Errors: what cannot work. Warnings: what works, and is probably not what was meant.
+struct ToolProblems {
   std::vector<SchemaProblem> errors;
   std::vector<SchemaProblem> warnings;
+};
+
+// The tools that could be read, in their order, and all that was found. A tool with an error is
+// not among the tools; warnings keep none back.
+struct ToolsReading : ToolProblems {
+  std::vector<ToolSpec> tools;
 };
 
 // Reads an array of tools, or an object with such an array under "tools". Never throws for what it
 // reads: a value that is neither is one error. All errors of all tools are told. Cost: linear in
 // what is read and told, whatever its nesting.
 [[nodiscard]] TOOL_BINDING_EXPORT ToolsReading read_tools(const Value& published);
+
+// What is wrong or doubtful about a tool that is declared in C++: what read_tools would report, and
+// what no tools file can contain. Errors: a blank name, an unknown type word, a name that requests
+// use for something else, a bound that is not a finite number, an enumeration that admits nothing, a
+// default action or another name of an action that the tool does not have, repeated names.
+//
+//   ToolProblems problems = check_tool({.name = "t", .params = {{.name = "n", .type = "int"}}});
+//   problem_line(problems.errors[0]) ==
+//       "t, 'n': its type must be integer, number, boolean, string or array, not 'int'"
+//
+// Calls the `read` of custom types, with their defaults. Cost: linear in what is declared.
+[[nodiscard]] TOOL_BINDING_EXPORT ToolProblems check_tool(const ToolDefinition& tool);
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
 // published reads back as equal tools without an error, save for what no schema can say: what is an

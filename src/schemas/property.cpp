@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 
 #include "schemas/schemas_private.hpp"
 #include "text/trim.hpp"
@@ -28,8 +29,8 @@ constexpr std::string_view constraints[] = {
     "propertyNames", "minProperties", "maxProperties", "dependentRequired", "dependentSchemas",
     "dependencies"};
 
-constexpr std::string_view combinations[] = {"$ref", "allOf", "oneOf", "anyOf"};
 constexpr std::string_view unions[] = {"oneOf", "anyOf"};
+constexpr std::string_view combinations[] = {"$ref", "allOf", "oneOf", "anyOf"};
 
 struct TypeTest {
   std::string_view type;
@@ -42,8 +43,6 @@ constexpr TypeTest type_tests[] = {
     {"string", [](const Value& value) noexcept { return value.is_text(); }},
     {"array", [](const Value& value) noexcept { return value.is_list(); }},
 };
-
-constexpr std::string_view type_words = "integer, number, boolean, string or array";
 
 const TypeTest* find_type(std::string_view type) noexcept {
   const auto* found = std::find_if(std::begin(type_tests), std::end(type_tests),
@@ -65,26 +64,14 @@ std::vector<std::string> read_texts(const Value& value, std::string_view keyword
     place.must_be(keyword, "a list of texts", value);
     return texts;
   }
-  const bool is_enum = keyword == "enum";
   for (const Value& item : value.get_list()) {
-    if (item.is_text()) {
-      texts.emplace_back(item.get_text());
-    } else if (!is_enum || !item.is_none()) {
-      place.error(quoted(keyword) + " must hold texts alone, not " + shown(item));
+    if (!item.is_text()) {
+      place.error(quoted(keyword) + " must contain only texts, not " + shown(item));
       return texts;
     }
+    texts.emplace_back(item.get_text());
   }
   return texts;
-}
-
-// Actions of one name are an error; to list anything else twice is merely doubtful.
-void tell_repeated(std::string_view keyword, const std::string& name, const Place& place) {
-  std::string reason = quoted(keyword) + " repeats " + quoted(name);
-  if (keyword == "enum") {
-    place.error(std::move(reason));
-  } else {
-    place.warning(std::move(reason));
-  }
 }
 
 bool is_null_word(const Value& type) { return type == Value("null"); }
@@ -110,31 +97,23 @@ const Value* only_alternative(const Value& alternatives, bool (*is_null)(const V
   return only;
 }
 
-bool has_none_of(Keywords keywords, const Mapping& schema, const Place& place) {
-  for (const std::string_view keyword : keywords) {
-    if (find_given(schema, keyword) == nullptr) continue;
-    place.error(quoted(keyword) + " is not supported here: write out what it stands for");
-    return false;
-  }
-  return true;
-}
-
-// Goes into unions of one type and null, also into one that is the branch of another; whether there
-// is one type in the end.
-bool open_union(Property& property, const Place& place) {
+// Goes into unions of one type and null, also into one that is the branch of another. The keyword
+// of any other union, or empty.
+std::string_view open_union(Property& property) {
   for (const Mapping* schema = property.outer;; schema = property.branch) {
-    const Value* any_of = find_given(*schema, "anyOf");
-    const Value* alternatives = any_of != nullptr ? any_of : find_given(*schema, "oneOf");
-    const auto refused = Keywords(combinations).first(any_of != nullptr ? 3 : 2);
-    if (!has_none_of(refused, *schema, place)) return false;
-    if (alternatives == nullptr) return true;
-    if (schema != property.outer) warn_of_unread(*schema, unions, place);
-    const Value* only = only_alternative(*alternatives, is_null_schema);
-    property.branch = only != nullptr ? only->if_mapping() : nullptr;
-    if (property.branch == nullptr) {
-      place.error("a union must be of one type and null");
-      return false;
+    for (const std::string_view keyword : {"$ref", "allOf"}) {
+      if (find_given(*schema, keyword) != nullptr) return keyword;
     }
+    const Value* any_of = find_given(*schema, "anyOf");
+    const Value* one_of = find_given(*schema, "oneOf");
+    if (any_of == nullptr && one_of == nullptr) return {};
+    const std::string_view keyword = any_of != nullptr ? "anyOf" : "oneOf";
+    const Value& alternatives = any_of != nullptr ? *any_of : *one_of;
+    const Value* only = only_alternative(alternatives, is_null_schema);
+    if (schema != property.outer) property.passed.push_back(schema);
+    property.branch = only != nullptr ? only->if_mapping() : nullptr;
+    if (property.branch == nullptr || (any_of != nullptr && one_of != nullptr)) return keyword;
+    if (alternatives.get_list().size() > 1) property.may_be_null = true;
   }
 }
 
@@ -144,20 +123,19 @@ void warn_of_overruled(const Property& property, const Place& place) {
     const Value* outer = find_given(*property.outer, keyword);
     if (outer == nullptr || entry.value.is_none() || *outer == entry.value) continue;
     if (is_among(annotations, keyword)) continue;
-    place.warning(quoted(keyword) + " stands in the union and beside it: that beside it counts");
+    place.warning(quoted(keyword) + " is in the union and beside it: the one beside it counts");
   }
-}
-
-bool holds_text(const Value* value) {
-  if (value == nullptr || !value->is_list()) return false;
-  const List& items = value->get_list();
-  return std::any_of(items.begin(), items.end(), [](const Value& item) { return item.is_text(); });
 }
 
 }  // namespace
 
 bool has_no_combination(const Mapping& schema, const Place& place) {
-  return has_none_of(combinations, schema, place);
+  for (const std::string_view keyword : combinations) {
+    if (find_given(schema, keyword) == nullptr) continue;
+    place.error(quoted(keyword) + " is not supported here: write its properties out");
+    return false;
+  }
+  return true;
 }
 
 bool is_among(Keywords names, std::string_view name) noexcept {
@@ -183,11 +161,11 @@ Place Place::at(std::string_view parameter) const {
 }
 
 void Place::error(std::string reason) const {
-  reading_.errors.push_back({tool_, parameter_, std::move(reason)});
+  problems_.errors.push_back({tool_, parameter_, std::move(reason)});
 }
 
 void Place::warning(std::string reason) const {
-  reading_.warnings.push_back({tool_, parameter_, std::move(reason)});
+  problems_.warnings.push_back({tool_, parameter_, std::move(reason)});
 }
 
 void Place::must_be(std::string_view keyword, std::string_view what, const Value& found) const {
@@ -232,26 +210,29 @@ std::vector<std::string> read_names(const Value* value, std::string_view keyword
                                     const Place& place) {
   if (value == nullptr) return {};
   std::vector<std::string> names;
-  Mapping seen;
+  std::set<std::string> seen;
   for (std::string& name : read_texts(*value, keyword, place)) {
     if (is_blank(name)) {
-      place.error(quoted(keyword) + " holds a blank name");
-    } else {
-      if (seen.contains(name)) tell_repeated(keyword, name, place);
-      seen.set(name, true);
-      names.push_back(std::move(name));
+      place.error(quoted(keyword) + " contains a blank name");
+      continue;
     }
+    if (!seen.insert(name).second) place.warning(quoted(keyword) + " repeats " + quoted(name));
+    names.push_back(std::move(name));
   }
   return names;
 }
 
-std::vector<std::string> read_enum(const Value* value, const Place& place) {
-  if (value == nullptr) return {};
-  const std::size_t errors = place.error_count();
-  std::vector<std::string> entries = read_texts(*value, "enum", place);
-  if (entries.empty() && place.error_count() == errors) {
-    place.warning("'enum' holds no text: any value is allowed");
+List read_entries(const Value* value, const Place& place) {
+  List entries;
+  if (value == nullptr) return entries;
+  if (!value->is_list()) {
+    place.must_be("enum", "a list", *value);
+    return entries;
   }
+  for (const Value& entry : value->get_list()) {
+    if (!entry.is_none()) entries.push_back(entry);
+  }
+  if (entries.empty()) place.warning("'enum' has no entries: any value is allowed");
   return entries;
 }
 
@@ -260,40 +241,19 @@ const Value* Property::find(std::string_view keyword) const noexcept {
   return value == nullptr && branch != nullptr ? find_given(*branch, keyword) : value;
 }
 
-std::optional<Property> open_property(const Value& schema, Keywords keywords, const Place& place) {
-  if (!schema.is_mapping()) {
-    place.error("must be an object with a 'type', not " + shown(schema));
-    return std::nullopt;
-  }
-  Property property{&schema.get_mapping()};
-  property.has_one_type = open_union(property, place);
-  warn_of_unread(*property.outer, keywords, place);
-  if (property.branch != nullptr) {
-    warn_of_unread(*property.branch, keywords, place);
-    if (property.has_one_type) warn_of_overruled(property, place);
-  }
+Property open_property(const Mapping& schema) {
+  Property property{&schema};
+  property.combination = open_union(property);
+  if (!property.combination.empty()) property.branch = nullptr;
   return property;
 }
 
-std::string read_type(const Property& property, const Place& place) {
-  if (!property.has_one_type) return {};
-  const Value* type = property.find("type");
-  if (type == nullptr) {
-    if (holds_text(property.find("enum"))) return "string";
-    place.error("has no 'type': give it " + std::string(type_words));
-    return {};
-  }
-  if (type->is_list()) type = only_alternative(*type, is_null_word);
-  if (type == nullptr) {
-    place.error("'type' must be one type, or one and null");
-  } else if (*type == Value("object")) {
-    place.error("type 'object' is not supported: take its members as parameters, or it as text");
-  } else if (!type->is_text() || find_type(type->get_text()) == nullptr) {
-    place.must_be("type", type_words, *type);
-  } else {
-    return std::string(type->get_text());
-  }
-  return {};
+void warn_of_unread(const Property& property, Keywords read, const Place& place) {
+  warn_of_unread(*property.outer, read, place);
+  if (property.branch == nullptr) return;
+  for (const Mapping* between : property.passed) warn_of_unread(*between, unions, place);
+  warn_of_unread(*property.branch, read, place);
+  warn_of_overruled(property, place);
 }
 
 }  // namespace tool_binding

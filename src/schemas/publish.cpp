@@ -36,9 +36,9 @@ void set_defaults(Mapping& schema, const ParamSpec& param) {
 }
 
 Mapping param_schema(const ParamSpec& param) {
-  Mapping schema{{"type", param.type}};
+  Mapping schema = param.custom != nullptr ? param.custom->schema : Mapping{{"type", param.type}};
   if (!param.description.empty()) schema.set("description", param.description);
-  set_choices(schema, param);
+  if (param.custom == nullptr) set_choices(schema, param);
   set_value(schema, "minimum", param.minimum);
   set_value(schema, "maximum", param.maximum);
   set_defaults(schema, param);
@@ -74,6 +74,7 @@ Value input_schema(const ToolSpec& tool) {
   }
   Mapping schema{{"type", "object"}, {"properties", std::move(properties)}};
   if (!required.empty()) schema.set("required", std::move(required));
+  if (!tool.routing()) schema.set("x-routing", false);
   return schema;
 }
 

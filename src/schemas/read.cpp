@@ -1,9 +1,10 @@
-#include <cmath>
-#include <limits>
+#include <algorithm>
+#include <array>
+#include <set>
 
+#include "registry/tool_index.hpp"
 #include "schemas/schemas_private.hpp"
 #include "text/trim.hpp"
-#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {
@@ -13,7 +14,8 @@ constexpr std::string_view answer_members[] = {"tools", "_meta"};
 constexpr std::string_view tool_members[] = {"name",  "description", "inputSchema",
                                              "title", "annotations", "outputSchema",
                                              "icons", "execution",   "_meta"};
-constexpr std::string_view schema_keywords[] = {"type", "properties", "required"};
+constexpr std::string_view schema_keywords[] = {"type", "properties", "required", "x-routing",
+                                                "additionalProperties"};
 constexpr std::string_view action_keywords[] = {"type", "anyOf", "oneOf",   "allOf",
                                                 "$ref", "enum",  "default", "x-synonyms"};
 constexpr std::string_view items_keywords[] = {"type", "enum"};
@@ -26,39 +28,21 @@ constexpr std::string_view param_keywords[] = {
     "propertyNames", "minProperties", "maxProperties", "dependentRequired", "dependentSchemas",
     "dependencies"};
 
+// What a custom kind's schema does not repeat, since the parameter says it.
+constexpr std::string_view said_by_param[] = {
+    "description", "minimum",        "maximum",           "default",         "x-default",
+    "x-synonyms",  "x-required-for", "x-action-defaults", "x-blank-is-value"};
+
 // A tool as far as it has been read.
 struct Draft {
-  std::vector<ActionSpec> actions;
-  std::optional<std::string> default_action;
-  std::vector<ParamSpec> params;
-  Mapping action_names;
+  ToolDefinition definition;
   bool are_actions_known = true;
+  bool has_own_repo = false;
 };
 
 // Parameters.
 
-bool is_finite(const Value& number) noexcept {
-  return number.is_integer() || (number.is_float() && std::isfinite(number.get_float()));
-}
-
-bool is_beyond_floats(const Value& number) {
-  constexpr double largest = std::numeric_limits<double>::max();
-  return compare_numbers(number, -largest) < 0 || compare_numbers(number, largest) > 0;
-}
-
-Value read_bound(const Property& property, std::string_view keyword, const ParamSpec& param,
-                 const Place& place) {
-  const Value* bound = property.find(keyword);
-  if (bound == nullptr) return {};
-  if (!is_finite(*bound)) {
-    place.must_be(keyword, "a finite number", *bound);
-    return {};
-  }
-  if (param.type == "number" && is_beyond_floats(*bound)) {
-    place.warning(quoted(keyword) + " is beyond the range of floats: to use it is an error");
-  }
-  return *bound;
-}
+Value value_of(const Value* given) { return given != nullptr ? *given : Value(); }
 
 Value read_default(const Property& property, const Place& place) {
   const Value* general = property.find("default");
@@ -66,31 +50,50 @@ Value read_default(const Property& property, const Place& place) {
   if (general != nullptr && unpublished != nullptr) {
     place.error("has both 'default' and 'x-default': keep one");
   }
-  if (general == nullptr) general = unpublished;
-  return general != nullptr ? *general : Value();
+  return value_of(general != nullptr ? general : unpublished);
+}
+
+bool is_all_text(const List& entries) {
+  return std::all_of(entries.begin(), entries.end(), [](const Value& e) { return e.is_text(); });
+}
+
+std::vector<std::string> texts_of(const List& entries) {
+  std::vector<std::string> texts;
+  for (const Value& entry : entries) texts.emplace_back(entry.get_text());
+  return texts;
+}
+
+// The entries of a list's items. What no type expresses is not enforced.
+void read_items_enum(const List& entries, ParamSpec& param, const Place& place) {
+  if (!is_all_text(entries)) {
+    return place.warning("the enum of its items has entries that are not text: it is not enforced");
+  }
+  if (!param.enum_.empty()) place.error("'enum' is in 'items' too: keep that one");
+  param.enum_ = texts_of(entries);
 }
 
 // Items that are neither of an enumeration nor to be text are left as they come.
 void read_items(const Mapping& items, ParamSpec& param, const Place& place) {
   const Value* type = find_given(items, "type");
   if (type != nullptr && type->is_text()) param.items_type = type->get_text();
-  if (const Value* entries = find_given(items, "enum")) {
-    if (!param.enum_.empty()) place.error("'enum' stands in 'items' too: keep that one");
-    param.enum_ = read_enum(entries, place);
-  }
+  read_items_enum(read_entries(find_given(items, "enum"), place), param, place);
   if (type == nullptr || param.items_type == "string") {
     return warn_of_unread(items, items_keywords, place, " of its items");
   }
   const std::string kind = type->is_text() ? "type " + quoted(type->get_text()) : "several types";
-  const bool has_enum = !param.enum_.empty();
-  place.warning("items of " + kind +
-                (has_enum ? " become the enum's text" : " are passed on unchecked"));
+  if (!param.enum_.empty()) {
+    place.warning("items of " + kind + " become the enum's text: write type 'string'");
+  } else if (param.items_type == "integer" || param.items_type == "number") {
+    place.warning("items of " + kind +
+                  " are passed on unchecked: those of comma-separated text are text");
+  } else {
+    place.warning("items of " + kind + " are passed on unchecked");
+  }
 }
 
-void read_choices(const Property& property, ParamSpec& param, const Place& place) {
-  param.enum_ = read_enum(property.find("enum"), place);
+void read_list(const Property& property, ParamSpec& param, const Place& place) {
   const Value* items = property.find("items");
-  if (items == nullptr || param.type.empty()) return;
+  if (items == nullptr) return;
   if (param.type != "array") {
     place.warning("'items' has no effect on type " + quoted(param.type));
   } else if (items->is_list()) {
@@ -100,42 +103,121 @@ void read_choices(const Property& property, ParamSpec& param, const Place& place
   }
 }
 
-void check_action(const std::string& action, std::string_view keyword, const Draft& tool,
-                  const Place& place) {
-  if (!tool.are_actions_known || tool.action_names.contains(action)) return;
-  place.error(quoted(keyword) + " names " + quoted(action) + ", which is no action of the tool");
+// A kind that no type expresses; its schema is kept whole.
+void pass_on(const std::shared_ptr<const CustomType>& kind, const Property& property,
+             ParamSpec& param) {
+  CustomType custom = *kind;
+  custom.schema = {};
+  for (const Mapping::Entry& entry : *property.outer) {
+    if (is_among(said_by_param, text_form(entry.key()))) continue;
+    custom.schema.set(entry.key(), entry.value);
+  }
+  param.custom = std::make_shared<const CustomType>(std::move(custom));
 }
 
-void read_action_rules(const Property& property, const Draft& tool, ParamSpec& param,
+void pass_on_unchecked(const std::string& reason, const Property& property, ParamSpec& param,
                        const Place& place) {
-  param.required_for = read_names(property.find("x-required-for"), "x-required-for", place);
-  for (const std::string& action : param.required_for) {
-    check_action(action, "x-required-for", tool, place);
+  pass_on(any_type(), property, param);
+  place.warning(reason + ": any value is passed on unchecked");
+}
+
+// The types that 'type' names, without null.
+List types_in(const Property& property, bool& may_be_null) {
+  List types;
+  const Value* type = property.find("type");
+  if (type == nullptr) return types;
+  if (!type->is_list()) return List{*type};
+  for (const Value& each : type->get_list()) {
+    each == Value("null") ? void(may_be_null = true) : types.push_back(each);
   }
+  return types;
+}
+
+void read_type(const Value& type, const Property& property, ParamSpec& param, const Place& place) {
+  const std::string word = type.is_text() ? text_form(type) : "";
+  if (word == "object") {
+    pass_on(object_type(), property, param);
+    place.warning("an object's members are passed on unchecked");
+  } else if (std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), word) != TYPE_NAMES.end()) {
+    param.type = word;
+  } else {
+    param.type = "";
+    place.must_be("type", "integer, number, boolean, string, array or object", type);
+  }
+}
+
+// Lists that are entries may stand for the whole value; any other entry of a list is one of an
+// item.
+bool is_of_whole_values(const List& entries, const List& types) {
+  if (is_all_text(entries)) return false;
+  const bool is_array = types.size() == 1 && types[0] == Value("array");
+  return !is_array ||
+         std::all_of(entries.begin(), entries.end(), [](const Value& e) { return e.is_list(); });
+}
+
+void read_kind(Property& property, ParamSpec& param, const Place& place) {
+  if (!property.combination.empty()) {
+    return pass_on_unchecked("its " + quoted(property.combination) + " is not read", property,
+                             param, place);
+  }
+  const List types = types_in(property, property.may_be_null);
+  const Value* choices = property.find("enum");
+  const List entries = read_entries(choices, place);
+  if (choices != nullptr && choices->is_list() && entries.size() < choices->get_list().size()) {
+    property.may_be_null = true;
+  }
+  if (is_of_whole_values(entries, types)) return pass_on(one_of(entries), property, param);
+  if (types.size() > 1) {
+    return pass_on_unchecked("it has several types", property, param, place);
+  }
+  if (!types.empty()) {
+    read_type(types[0], property, param, place);
+  } else if (entries.empty()) {
+    return pass_on_unchecked("it has no 'type'", property, param, place);
+  }
+  if (param.custom != nullptr || param.type.empty()) return;
+  if (param.type == "array") {
+    read_items_enum(entries, param, place);
+  } else {
+    param.enum_ = texts_of(entries);
+  }
+  read_list(property, param, place);
+  warn_of_unread(property, param_keywords, place);
+}
+
+void read_action_defaults(const Property& property, ParamSpec& param, const Place& place) {
   const Value* defaults = property.find("x-action-defaults");
   const Mapping* by_action = read_mapping(defaults, "x-action-defaults", place);
   if (by_action == nullptr) return;
   for (const Mapping::Entry& entry : *by_action) {
     param.action_defaults.emplace_back(text_form(entry.key()), entry.value);
-    check_action(param.action_defaults.back().first, "x-action-defaults", tool, place);
   }
 }
 
-ParamSpec read_param(std::string_view name, const Value& schema, const Draft& tool,
+ParamSpec read_param(std::string_view name, const Value& schema, bool is_required,
                      const Place& place) {
-  ParamSpec param{.name = std::string(name)};
-  const auto property = open_property(schema, param_keywords, place);
-  if (!property) return param;
-  param.type = read_type(*property, place);
-  param.description = read_text(property->find("description"), "description", place);
-  param.synonyms = read_names(property->find("x-synonyms"), "x-synonyms", place);
-  param.blank_is_value = read_flag(property->find("x-blank-is-value"), "x-blank-is-value", place);
-  param.minimum = read_bound(*property, "minimum", param, place);
-  param.maximum = read_bound(*property, "maximum", param, place);
-  param.default_ = read_default(*property, place);
-  read_choices(*property, param, place);
-  read_action_rules(*property, tool, param, place);
-  check_param(param, place);
+  ParamSpec param{.name = std::string(name), .required = is_required};
+  const Mapping anything;
+  if (!schema.is_mapping() && schema != Value(true)) {
+    place.error("must be an object with a 'type', not " + shown(schema));
+    param.type = "";
+    return param;
+  }
+  Property property = open_property(schema.is_mapping() ? schema.get_mapping() : anything);
+  read_kind(property, param, place);
+  param.description = read_text(property.find("description"), "description", place);
+  param.synonyms = read_names(property.find("x-synonyms"), "x-synonyms", place);
+  param.blank_is_value = read_flag(property.find("x-blank-is-value"), "x-blank-is-value", place);
+  param.minimum = value_of(property.find("minimum"));
+  param.maximum = value_of(property.find("maximum"));
+  param.default_ = read_default(property, place);
+  param.required_for = read_names(property.find("x-required-for"), "x-required-for", place);
+  read_action_defaults(property, param, place);
+  if (is_required && property.may_be_null) {
+    place.warning(
+        "is required and may be null, but null counts as left out: allow no null, or do "
+        "not require it");
+  }
   return param;
 }
 
@@ -143,85 +225,100 @@ ParamSpec read_param(std::string_view name, const Value& schema, const Draft& to
 
 void read_actions(const Property& property, Draft& tool, const Place& place) {
   const std::size_t errors = place.error_count();
-  for (const std::string& name : read_names(property.find("enum"), "enum", place)) {
-    if (tool.action_names.contains(name)) continue;
-    tool.action_names.set(name, true);
-    tool.actions.push_back({name});
+  const List entries = read_entries(property.find("enum"), place);
+  if (!is_all_text(entries)) {
+    place.error("its enum must contain only texts: the names of the tool's actions");
+  } else if (entries.empty()) {
+    place.error("needs an 'enum' of the tool's actions");
+  } else {
+    for (const std::string& name : texts_of(entries)) tool.definition.actions.push_back({name});
   }
-  const bool has_errors = place.error_count() != errors;
-  if (tool.actions.empty() && !has_errors) place.error("needs an 'enum' of the tool's actions");
   tool.are_actions_known = place.error_count() == errors;
 }
 
 void read_default_action(const Property& property, Draft& tool, const Place& place) {
   const Value* action = property.find("default");
   if (action == nullptr) return;
-  if (action->is_text() && tool.action_names.contains(action->get_text())) {
-    tool.default_action = action->get_text();
-  } else if (tool.are_actions_known) {
-    place.error("the default " + shown(*action) + " is not in the enum");
-  }
+  if (!action->is_text()) return place.must_be("default", "the name of an action", *action);
+  tool.definition.default_action = action->get_text();
 }
 
 void read_action_synonyms(const Property& property, Draft& tool, const Place& place) {
   const Value* synonyms = property.find("x-synonyms");
   const Mapping* by_action = read_mapping(synonyms, "x-synonyms", place);
-  if (by_action == nullptr) return;
-  for (const Mapping::Entry& entry : *by_action) {
-    check_action(text_form(entry.key()), "x-synonyms", tool, place);
-  }
-  for (ActionSpec& action : tool.actions) {
+  if (by_action == nullptr || !tool.are_actions_known) return;
+  std::set<std::string_view> names;
+  for (ActionSpec& action : tool.definition.actions) {
+    names.insert(action.name);
     action.synonyms = read_names(by_action->find(action.name), "x-synonyms", place);
+  }
+  for (const Mapping::Entry& entry : *by_action) {
+    const std::string name = text_form(entry.key());
+    if (names.contains(name)) continue;
+    place.error("'x-synonyms' names " + quoted(name) + ", which is no action of the tool");
   }
 }
 
-void read_action(const Value& schema, Draft& tool, const Place& place) {
+void read_action(const Value& schema, bool is_required, Draft& tool, const Place& place) {
   tool.are_actions_known = false;
-  const auto property = open_property(schema, action_keywords, place);
-  if (!property) return;
-  const std::string type = read_type(*property, place);
-  if (!type.empty() && type != "string") place.must_be("type", "'string'", type);
-  read_actions(*property, tool, place);
-  read_default_action(*property, tool, place);
-  read_action_synonyms(*property, tool, place);
-  std::vector<std::string> names;
-  for (const ActionSpec& action : tool.actions) names.push_back(action.name);
-  check_enum(names, place);
+  if (!schema.is_mapping()) {
+    return place.error("must be an object with an 'enum', not " + shown(schema));
+  }
+  Property property = open_property(schema.get_mapping());
+  const List types = types_in(property, property.may_be_null);
+  if (!types.empty() && types != List{"string"}) {
+    place.must_be("type", "'string'", *property.find("type"));
+  }
+  read_actions(property, tool, place);
+  read_default_action(property, tool, place);
+  read_action_synonyms(property, tool, place);
+  warn_of_unread(property, action_keywords, place);
+  if (!is_required && !tool.definition.default_action && tool.are_actions_known) {
+    place.warning(
+        "has no default and is not required: a request that names no action is refused "
+        "all the same, so require it");
+  }
 }
 
 // Schemas and tools.
 
-void read_property(const Mapping::Entry& entry, Draft& tool, const Place& place) {
+void read_property(const Mapping::Entry& entry, bool is_required, Draft& tool, const Place& place) {
   if (!entry.key().is_text() || is_blank(entry.name())) {
     return place.error("a property's name must be text that is not blank, not " +
                        shown(entry.key()));
   }
-  if (entry.name() == ACTION_PARAM) return;
   const Place there = place.at(entry.name());
-  if (is_among(reserved_names, entry.name())) {
-    there.error("is what requests name their repository by: choose another name");
-  }
-  tool.params.push_back(read_param(entry.name(), entry.value, tool, there));
+  if (entry.name() == ACTION_PARAM) return read_action(entry.value, is_required, tool, there);
+  tool.definition.params.push_back(read_param(entry.name(), entry.value, is_required, there));
+  if (is_among(ROUTING_PARAMS_, entry.name())) tool.has_own_repo = true;
 }
 
-void read_properties(const Mapping& properties, Draft& tool, const Place& place) {
-  if (const Value* action = properties.find(ACTION_PARAM)) {
-    read_action(*action, tool, place.at(ACTION_PARAM));
-  }
-  for (const Mapping::Entry& entry : properties) read_property(entry, tool, place);
-  check_synonyms(tool.actions, place);
-  check_synonyms(tool.params, place);
-}
+using NameSet = std::set<std::string, std::less<>>;
 
-void read_required(const Value* names, const Mapping& properties, Draft& tool, const Place& place) {
-  Mapping required;
-  for (const std::string& name : read_names(names, "required", place)) {
-    if (!properties.contains(name) && !required.contains(name)) {
-      place.at(name).error("is required but not among the properties");
+NameSet read_required(const Mapping& schema, const Mapping& properties, const Place& place) {
+  NameSet required;
+  for (std::string& name : read_names(find_given(schema, "required"), "required", place)) {
+    const auto [added, is_first] = required.insert(std::move(name));
+    if (is_first && !properties.contains(*added)) {
+      place.at(*added).error("is required but not among the properties");
     }
-    required.set(name, true);
   }
-  for (ParamSpec& param : tool.params) param.required = required.contains(param.name);
+  return required;
+}
+
+// A tool with a parameter of that name is not about the repository that requests name by it.
+void read_routing(const Mapping& schema, Draft& tool, const Place& place) {
+  const Value* given = find_given(schema, "x-routing");
+  tool.definition.routing =
+      given != nullptr ? read_flag(given, "x-routing", place) : !tool.has_own_repo;
+  if (given != nullptr || !tool.has_own_repo) return;
+  for (const ParamSpec& param : tool.definition.params) {
+    if (!is_among(ROUTING_PARAMS_, param.name)) continue;
+    place.at(param.name)
+        .warning(
+            "is read as an ordinary parameter, and no argument of the tool says which repository a "
+            "request runs against: 'x-routing' false confirms it");
+  }
 }
 
 void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
@@ -238,8 +335,18 @@ void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
   if (!properties.empty() || has_no_combination(schema, place)) {
     warn_of_unread(schema, schema_keywords, place, " of 'inputSchema'");
   }
-  read_properties(properties, tool, place);
-  read_required(find_given(schema, "required"), properties, tool, place);
+  const Value* additional = find_given(schema, "additionalProperties");
+  if (additional != nullptr && *additional != Value(false)) {
+    place.warning(
+        "'additionalProperties' allows names that are not declared, but these are refused "
+        "all the same: write false");
+  }
+  const NameSet required = read_required(schema, properties, place);
+  for (const Mapping::Entry& entry : properties) {
+    const auto name = entry.key().if_text();
+    read_property(entry, name && required.contains(*name), tool, place);
+  }
+  read_routing(schema, tool, place);
 }
 
 // Empty when it has none.
@@ -249,33 +356,29 @@ std::string name_of(const Value& tool) {
   return is_name ? std::string(name->get_text()) : "";
 }
 
-void check_name(const std::string& name, Mapping& names, const Place& place) {
+void check_name(const std::string& name, std::set<std::string>& names, const Place& place) {
   if (name.empty()) return place.error("needs a 'name': text that is not blank");
-  if (names.contains(name)) place.error("another tool has this name too");
-  names.set(name, true);
+  if (!names.insert(name).second) place.error("another tool has this name too");
 }
 
-void read_tool(const Value& tool, const std::string& name, Mapping& names, const Place& place,
-               std::vector<ToolSpec>& tools) {
+void read_tool(const Value& tool, const std::string& name, std::set<std::string>& names,
+               const Place& place, std::vector<ToolSpec>& tools) {
   const std::size_t errors = place.error_count();
   if (!tool.is_mapping()) {
     return place.error("must be an object with 'name' and 'inputSchema', not " + shown(tool));
   }
   check_name(name, names, place);
   const Mapping& members = tool.get_mapping();
-  std::string description = read_text(find_given(members, "description"), "description", place);
   warn_of_unread(members, tool_members, place);
-  Draft draft;
+  Draft draft{.definition = {.name = name}};
+  draft.definition.description =
+      read_text(find_given(members, "description"), "description", place);
   const Value* schema = find_given(members, "inputSchema");
   if (const Mapping* given = read_mapping(schema, "inputSchema", place)) {
     read_schema(*given, draft, place);
   }
-  if (place.error_count() != errors) return;
-  tools.emplace_back(ToolDefinition{.name = name,
-                                    .description = std::move(description),
-                                    .actions = std::move(draft.actions),
-                                    .params = std::move(draft.params),
-                                    .default_action = std::move(draft.default_action)});
+  check_definition(draft.definition, draft.are_actions_known, place);
+  if (place.error_count() == errors) tools.emplace_back(std::move(draft.definition));
 }
 
 }  // namespace
@@ -290,7 +393,7 @@ ToolsReading read_tools(const Value& published) {
     return reading;
   }
   if (answer != nullptr) warn_of_unread(*answer, answer_members, everywhere);
-  Mapping names;
+  std::set<std::string> names;
   std::size_t number = 0;
   for (const Value& tool : tools->get_list()) {
     ++number;

@@ -1,6 +1,9 @@
 #include "tool_binding/value.hpp"
 
+#include <algorithm>
 #include <string>
+
+#include "tool_binding/value_events.hpp"
 
 using namespace tool_binding;
 
@@ -15,4 +18,22 @@ const Value value = 'a';
 
 #ifdef TO_TEXT  // conversion from
 const std::string text = Value("a");
+#endif
+
+#ifdef LISTS_IN_BRACES  // no matching
+const List list{List{1}, List{2}};
+#endif
+
+#ifdef SORTED_MAPPING  // deleted
+void sort(Mapping& mapping) {
+  std::sort(mapping.begin(), mapping.end(),
+            [](const Mapping::Entry&, const Mapping::Entry&) { return false; });
+}
+#endif
+
+#ifdef EVENTS_WITHOUT_LEAF  // ValueEvents
+struct Events {
+  void begin_list(const List&) {}
+};
+void visit(const Value& value, Events& events) { visit_events(value, events); }
 #endif
