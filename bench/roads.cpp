@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tool_binding/json.hpp"
+#include "tool_binding/nlohmann_json.hpp"
 #include "tool_binding/tool_binding.hpp"
 
 namespace tool_binding::bench {
