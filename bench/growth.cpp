@@ -28,6 +28,7 @@
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_binding/tool_schemas.hpp"
+#include "tool_binding/value_events.hpp"
 
 namespace {
 
