@@ -10,12 +10,12 @@ install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
 install(EXPORT tool_bindingTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
   COMPONENT dev)
 
-if(TOOL_BINDING_BUILD_JSON)
-  install(TARGETS tool_binding_json EXPORT tool_bindingJsonTargets)
-  install(DIRECTORY adapters/json/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-    COMPONENT json)
-  install(EXPORT tool_bindingJsonTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
-    COMPONENT json)
+if(TOOL_BINDING_BUILD_NLOHMANN_JSON)
+  install(TARGETS tool_binding_nlohmann_json EXPORT tool_bindingNlohmannJsonTargets)
+  install(DIRECTORY adapters/nlohmann_json/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    COMPONENT nlohmann_json)
+  install(EXPORT tool_bindingNlohmannJsonTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
+    COMPONENT nlohmann_json)
 endif()
 
 configure_package_config_file(cmake/tool_bindingConfig.cmake.in

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -11,8 +12,6 @@
 
 namespace tool_binding {
 namespace {
-
-using nlohmann::ordered_json;
 
 const double infinity = std::numeric_limits<double>::infinity();
 
@@ -55,33 +54,37 @@ TEST(ParseJson, SaysWhatIsWrongAndWhere) {
   } cases[] = {
       {"", 1, "unexpected end of input; expected a value"},
       {"[1, 2", 6, "unexpected end of input; expected ',' or ']'"},
-      {"{'a': 1}", 2, "invalid literal; expected a string in double quotes"},
+      {"{'a': 1}", 2, "unexpected \"'\"; expected a string in double quotes"},
       {R"({"a": 1,})", 9, "unexpected '}'; expected a string in double quotes"},
-      {R"({"a" 1})", 6, "unexpected number literal; expected ':'"},
+      {R"({"a" 1})", 6, "unexpected '1'; expected ':'"},
       {R"(["abc)", 6, "invalid string: missing closing quote"},
-      {R"("; last read: 'x)", 17, "invalid string: missing closing quote"},
-      {"[True]", 2, "invalid literal"},
-      {"[1 2 \t\r\n ]", 4, "unexpected number literal; expected ',' or ']'"},
-      {R"({"a": 1 "b": 2})", 11, "unexpected string literal; expected ',' or '}'"},
-      {"NaN", 1, "invalid literal"},
-      {" [1]  \t\n  x", 11, "invalid literal; expected end of input"},
-      {"1 2", 3, "unexpected number literal; expected end of input"},
-      {std::string_view("1\0", 2), 2, "invalid literal; expected end of input"},
+      {"[True]", 2, "unexpected 'True'; expected a value"},
+      {"[1,]", 4, "unexpected ']'; expected a value"},
+      {"[1 2 \t\r\n ]", 4, "unexpected '2'; expected ',' or ']'"},
+      {R"({"a": 1 "b": 2})", 9, "unexpected '\"'; expected ',' or '}'"},
+      {"\xef\xbb\xbfnul", 4, "unexpected 'nul'; expected a value"},
+      {" [1]  \t\n  x", 11, "unexpected 'x'; expected end of input"},
+      {std::string_view("1\0", 2), 2, "unexpected byte 0x00; expected end of input"},
+      {std::string_view("\0", 1), 1, "unexpected byte 0x00; expected a value"},
+      {"[\xc3\xa9]", 2, "unexpected byte 0xc3; expected a value"},
       {std::string_view("[\"a\0\"]", 6), 4,
-       "invalid string: control character U+0000 (NUL) must be escaped to \\u0000"},
+       "invalid string: control character 0x00 must be escaped"},
       {"[01]", 2, "malformed number 01"},
       {"-", 1, "malformed number -"},
       {"1.5.3", 1, "malformed number 1.5.3"},
       {"[1.e5]", 2, "malformed number 1.e5"},
-      {"[1e400]", 6, "the number 1e400 is beyond the range of floats"},
-      {"-1e99999999999999999999", 23,
+      {"[1e400]", 2, "the number 1e400 is beyond the range of floats"},
+      {"-1e99999999999999999999", 1,
        "the number -1e99999999999999999999 is beyond the range of floats"},
+      {R"("a\x41")", 3,
+       R"(invalid string: no such escape; expected one of \" \\ \/ \b \f \n \r \t \u)"},
+      {R"("\u12g4")", 2, "invalid string: \\u needs four hex digits"},
       {R"("\ud800")", 8,
        "invalid string: surrogate U+D800..U+DBFF must be followed by U+DC00..U+DFFF"},
-      {R"("\udc00")", 7, "invalid string: surrogate U+DC00..U+DFFF must follow U+D800..U+DBFF"},
-      {"\"\xff\"", 2, "invalid string: ill-formed UTF-8 byte"},
-      {"\"\xed\xa0\x80\"", 3, "invalid string: ill-formed UTF-8 byte"},  // half a pair
-      {"\"\xc0\xaf\"", 2, "invalid string: ill-formed UTF-8 byte"},      // overlong
+      {R"("\udc00")", 2, "invalid string: surrogate U+DC00..U+DFFF must follow U+D800..U+DBFF"},
+      {"\"\xff\"", 2, "invalid string: ill-formed UTF-8 byte 0xff"},
+      {"\"\xed\xa0\x80\"", 2, "invalid string: ill-formed UTF-8 byte 0xed"},      // half a pair
+      {"\"\xc3\xa9\xc0\xaf\"", 4, "invalid string: ill-formed UTF-8 byte 0xc0"},  // overlong
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.text));
@@ -101,42 +104,6 @@ TEST(ParseJson, SaysWhatIsWrongAndWhere) {
     }
   }
   EXPECT_THROW((void)parse_json(nines + "." + nines), JsonError);
-}
-
-bool reads(const std::string& text) {
-  try {
-    (void)parse_json(text);
-    return true;
-  } catch (const JsonError&) {
-    return false;
-  }
-}
-
-// Every text of so many of these pieces, against the library's own parser.
-TEST(ParseJson, AgreesWithAPlainParserOnEveryShortText) {
-  const struct {
-    int length;
-    std::vector<std::string_view> pieces;
-  } alphabets[] = {
-      {4, {"", "[", "]", "{\"a\":", "}", ",", "0", "-7", ".5", "e", " ", "\"", "\\", "null"}},
-      {6, {"", "0", "17", "-", "+", ".", "e"}},
-  };
-  std::size_t valid = 0;
-  for (const auto& [length, pieces] : alphabets) {
-    const auto count = static_cast<std::size_t>(std::pow(pieces.size(), length));
-    for (std::size_t number = 0; number < count; ++number) {
-      std::string text;
-      for (std::size_t rest = number; rest > 0; rest /= pieces.size()) {
-        text += pieces[rest % pieces.size()];
-      }
-      const ordered_json plain = ordered_json::parse(text, nullptr, false);
-      ASSERT_EQ(reads(text), !plain.is_discarded()) << text;
-      if (plain.is_discarded()) continue;
-      ASSERT_EQ(parse_json(text), value_from_json(plain)) << text;
-      ++valid;
-    }
-  }
-  EXPECT_GT(valid, 1000U);
 }
 
 TEST(JsonText, WritesEveryKind) {
@@ -174,7 +141,6 @@ TEST(JsonText, WritesEveryKind) {
   odd.set(Value(), "none");
   odd.set(std::make_shared<Object>("Engine"), 2.5);
   EXPECT_EQ(json_text(odd), R"({"1": "one", "None": "none", "<Engine>": 2.5})");
-  EXPECT_EQ(json_text(odd), json_text(value_from_json(json_from_value(odd))));
 }
 
 // Every text of up to four of these bytes, against the core's own reading of UTF-8.
@@ -200,33 +166,17 @@ TEST(JsonText, EscapesExactlyWhatIsNoUtf8) {
   }
 }
 
-TEST(Json, ConversionKeepsIntegersOf64BitsAndRefusesTheRest) {
-  for (const std::string_view digits :
-       {"0", "-9223372036854775808", "9223372036854775808", "18446744073709551615"}) {
-    const Value value = Value::integer_of(digits);
-    EXPECT_EQ(json_from_value(value).dump(), digits);
-    EXPECT_EQ(value_from_json(json_from_value(value)), value);
-  }
-  for (const std::string_view digits : {"18446744073709551616", "-9223372036854775809"}) {
-    EXPECT_THROW((void)json_from_value(List{Value::integer_of(digits)}), std::overflow_error);
-  }
-  EXPECT_THROW((void)value_from_json(ordered_json::array({ordered_json::binary({1, 2})})),
-               TypeError);
-}
-
 TEST(Json, DepthAndLengthAreBoundedByMemoryAlone) {
   const std::size_t depth = 1'000'000;
   const std::string lists = std::string(depth, '[') + std::string(depth, ']');
   const Value nested = parse_json(lists);
   EXPECT_EQ(json_text(nested), lists);
-  EXPECT_EQ(value_from_json(json_from_value(nested)), nested);
 
   std::string mappings;
   for (std::size_t i = 0; i < depth; ++i) mappings += "{\"a\": ";
   mappings += "1" + std::string(depth, '}');
   const Value nested_mappings = parse_json(mappings);
   EXPECT_EQ(json_text(nested_mappings), mappings);
-  EXPECT_EQ(value_from_json(json_from_value(nested_mappings)), nested_mappings);
 
   const std::string digits(depth, '7');
   EXPECT_EQ(json_text(parse_json("[" + digits + "]")), "[" + digits + "]");
@@ -235,7 +185,6 @@ TEST(Json, DepthAndLengthAreBoundedByMemoryAlone) {
   Mapping wide;
   for (int i = 0; i < 100'000; ++i) wide.set("name" + std::to_string(i), i);
   EXPECT_EQ(parse_json(json_text(wide)), Value(wide));
-  EXPECT_EQ(value_from_json(json_from_value(wide)), Value(wide));
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ TEST_F(AnswerLine, EveryLineHasAnAnswerOfOneLine) {
       changed[random() % line.size()] = random() % 4 == 0 ? any : line[random() % line.size()];
     }
     const Answer answer = answer_line(changed, i % 2 == 0);
-    ASSERT_TRUE(nlohmann::json::accept(answer.line)) << changed << '\n' << answer.line;
+    ASSERT_NO_THROW(static_cast<void>(parse_json(answer.line))) << changed << '\n' << answer.line;
     ASSERT_EQ(answer.line.find('\n'), std::string::npos);
     admitted += answer.is_admitted ? 1 : 0;
   }

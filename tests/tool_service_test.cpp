@@ -111,10 +111,10 @@ TEST(ToolService, AnswersWhateverComes) {
        {},
        Outcome::no_such_tool,
        "there is no tool named 'serch'. Did you mean 'search'?"},
-      {"named", {{"p", "1,b"}}, Outcome::answered, "[\"1\",\"b\"]", {}, {}, List{"1", "b"}},
+      {"named", {{"p", "1,b"}}, Outcome::answered, "[\"1\", \"b\"]", {}, {}, List{"1", "b"}},
       {"named", {}, Outcome::answered, ""},
       {"by_hand", {}, Outcome::answered, "d"},
-      {"mapping", {}, Outcome::answered, "{\"a\":1}", {}, {}, Mapping{{"a", 1}}},
+      {"mapping", {}, Outcome::answered, "{\"a\": 1}", {}, {}, Mapping{{"a", 1}}},
       {"answer", {}, Outcome::failed, "[1]", {}, {}, List{1}},
       {"scalar", {}, Outcome::answered, "true"},
       {"nothing", {}, Outcome::answered, ""},
@@ -160,7 +160,7 @@ TEST(ToolService, AnswersWhateverComes) {
       EXPECT_EQ(answer.notes, c.notes);
       EXPECT_EQ(logged,
                 c.logged.empty() ? std::vector<std::string>() : std::vector<std::string>{c.logged});
-      if (!moving) EXPECT_EQ(given, c.arguments);
+      EXPECT_TRUE(moving || given == c.arguments);
     }
   }
   EXPECT_EQ(service.call("answer", {}).content.size(), 2U);

@@ -20,7 +20,7 @@ for shared in OFF ON; do
     cmake -S . -B "$work/build-$shared" -G Ninja -DBUILD_SHARED_LIBS=$shared \
       -DCMAKE_INSTALL_LIBDIR="$libraries" -DCMAKE_INSTALL_INCLUDEDIR="$include" \
       -DTOOL_BINDING_BUILD_TESTS=OFF -DTOOL_BINDING_BUILD_APPS=OFF \
-      -DTOOL_BINDING_BUILD_EXAMPLES=OFF -DTOOL_BINDING_BUILD_JSON=ON
+      -DTOOL_BINDING_BUILD_EXAMPLES=OFF -DTOOL_BINDING_BUILD_NLOHMANN_JSON=ON
     cmake --build "$work/build-$shared"
     cmake --install "$work/build-$shared" --prefix "$prefix"
     cmake -S tests/package -B "$work/user-$shared" -G Ninja \

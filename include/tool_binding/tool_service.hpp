@@ -49,7 +49,7 @@ struct ToolAnswer {
 
   [[nodiscard]] bool is_error() const noexcept { return outcome != Outcome::answered; }
   // The first block of text; empty where there is none. Valid as long as the content.
-  [[nodiscard]] std::string_view text() const noexcept;
+  [[nodiscard]] TOOL_BINDING_EXPORT std::string_view text() const noexcept;
 };
 
 // What a handler threw that was not meant for the client. The client gets a fixed text. The views

@@ -8,8 +8,8 @@
 #include <stdexcept>
 
 #include "handlers/binding.hpp"
-#include "handlers/pending_json.hpp"
 #include "text/lines.hpp"
+#include "tool_binding/json.hpp"
 #include "value/mapping_access.hpp"
 
 namespace tool_binding {
@@ -290,7 +290,7 @@ Mapping wire_tool(Mapping tool, const ToolInfo& info) {
 Value ToolService::tools_file() const { return publish_tools(record_->tools); }
 
 List ToolService::wire_tools(const WireOptions& options) const {
-  List tools = Value(tool_binding::wire_tools(record_->tools, options)).as_list();
+  List tools = tool_binding::wire_tools(record_->tools, options);
   for (std::size_t i = 0; i < tools.size(); ++i) {
     tools[i] = wire_tool(std::move(tools[i].as_mapping()), record_->infos[i]);
   }

@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "text/json_array.hpp"
+#include "json/literal.hpp"
 #include "tool_binding/tool_registry.hpp"
 
 namespace tool_binding {
@@ -10,7 +10,8 @@ namespace {
 
 std::optional<Value> read_object(const Value& sent) {
   if (sent.is_mapping()) return sent;
-  return sent.is_text() ? read_object_text(sent.get_text()) : std::nullopt;
+  auto read = sent.is_text() ? read_literal(sent.get_text()) : std::nullopt;
+  return read && read->is_mapping() ? std::move(read) : std::nullopt;
 }
 
 std::string words_of(const List& values) {

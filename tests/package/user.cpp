@@ -2,9 +2,10 @@
 // adapter.
 #include <cstdio>
 #include <memory>
-#include <tool_binding/tool_binding.hpp>
-#ifdef WITH_JSON
 #include <tool_binding/json.hpp>
+#include <tool_binding/tool_binding.hpp>
+#ifdef WITH_NLOHMANN_JSON
+#include <tool_binding/nlohmann_json.hpp>
 #endif
 
 using namespace tool_binding;
@@ -29,8 +30,9 @@ int main() {
   }
   const Value repository = std::make_shared<Repository>();
   if (std::dynamic_pointer_cast<Repository>(repository.as_object()) == nullptr) return 1;
-#ifdef WITH_JSON
   if (parse_json("[12345678901234567890]") != Value(List{12345678901234567890U})) return 1;
+#ifdef WITH_NLOHMANN_JSON
+  if (value_from_json(nlohmann::json::array({1})) != Value(List{1})) return 1;
 #endif
   return 0;
 }
