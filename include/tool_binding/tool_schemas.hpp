@@ -107,6 +107,34 @@ struct ToolsReading : ToolProblems {
 // One tool's input schema.
 [[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);
 
+struct WireOptions {
+  // Whether schemas say "additionalProperties": false, for clients that check what they send.
+  // Admission refuses unknown names either way.
+  bool additional_properties = false;
+  // Whether defaults are keywords; otherwise they are sentences of the descriptions. A default that
+  // differs by action is always a sentence.
+  bool defaults = true;
+};
+
+// The input schema that clients are shown: plain JSON Schema without any `x-` keyword or $schema,
+// which some clients refuse, with "properties" even when there are none. What no keyword says
+// becomes a sentence of the description; synonyms are left out, since a client should send the
+// declared name.
+//
+//   ToolSpec branches({.name = "branches", .actions = {"list", "create"},
+//                      .params = {{.name = "name", .required_for = {"create"},
+//                                  .description = "The new branch"}}});
+//   wire_schema(branches).at("properties").get_mapping().at("name") ==
+//       Mapping{{"type", "string"}, {"description", "The new branch. Needed for create."}}
+//
+// Some clients check, rename or drop arguments by the schema before they send them: what admission
+// would forgive may never arrive.
+[[nodiscard]] TOOL_BINDING_EXPORT Mapping wire_schema(const ToolSpec& tool,
+                                                      const WireOptions& options = {});
+// For each tool {"name", "description", "inputSchema"}, as a tools/list answer carries it.
+[[nodiscard]] TOOL_BINDING_EXPORT List wire_tools(const ToolTable& tools,
+                                                  const WireOptions& options = {});
+
 }  // namespace tool_binding
 
 #endif  // TOOL_BINDING_TOOL_SCHEMAS_HPP_
