@@ -14,6 +14,20 @@
 namespace tool_binding::tool_admit {
 namespace {
 
+struct Answer {
+  std::string line;
+  bool is_admitted;
+};
+
+// The answer to a line that holds one request.
+Answer answer_line(std::string_view line, bool display) {
+  Answerer answerer(false, display);
+  std::string out;
+  const bool is_admitted = answerer.answer(line, out);
+  out.pop_back();
+  return {std::move(out), is_admitted};
+}
+
 class AnswerLine : public testing::Test {
  protected:
   void SetUp() override { set_tools(builtin_tools()); }

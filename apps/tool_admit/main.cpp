@@ -47,6 +47,11 @@ void add_options(CLI::App& app, Options& options) {
                           ->needs(tools);
   CLI::Option* display = app.add_flag("--display", options.display,
                                       "Answer mappings as text, as messages show values");
+  app.add_option("--jobs", options.jobs, "How many threads answer; the order is kept")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  app.add_flag("--calls-only", options.calls_only,
+               "Skip lines that are no call: answers, notifications, other text");
   CLI::Option* schema =
       app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit");
   schema->excludes(requests)->excludes(display);

@@ -1,40 +1,31 @@
 #include "program.hpp"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "answer.hpp"
+#include "blocks.hpp"
 #include "builtin_tools.hpp"
+#include "jobs.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
 namespace tool_binding::tool_admit {
 namespace {
 
-std::runtime_error unreadable(const std::string& path) {
-  return std::runtime_error("cannot read " + path + ": " + std::generic_category().message(errno));
-}
-
 std::string content_of(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in.is_open()) throw unreadable(path);
+  BlockReader reader(path);
   std::string content;
-  std::vector<char> block(1 << 16);
-  while (in.read(block.data(), static_cast<std::streamsize>(block.size())) || in.gcount() > 0) {
-    content.append(block.data(), static_cast<std::size_t>(in.gcount()));
-  }
-  if (in.bad()) throw unreadable(path);
+  for (std::string block; reader.next(block);) content += block;
   return content;
 }
 
@@ -97,19 +88,20 @@ ToolTable load_tools(const Options& options) {
     std::cerr << path << ": " << counted(left_out, "tool") << " left out; --check says why\n";
   }
   if (!reading.warnings.empty()) {
-    std::cerr << path << ": " << counted(reading.warnings.size(), "warning") << "; --check shows them\n";
+    std::cerr << path << ": " << counted(reading.warnings.size(), "warning")
+              << "; --check shows them\n";
   }
   return ToolTable(std::move(reading.tools));
 }
 
 // Requests and answers.
 
-// How much of a long file has been answered, on a terminal that shows nothing else.
+// How much of a long file has been read, on a terminal that shows nothing else.
 class Progress {
  public:
-  explicit Progress(std::uintmax_t total) : total_(total) {
+  explicit Progress(const BlockReader& reader) : reader_(reader) {
     constexpr std::uintmax_t long_file = 1 << 20;
-    is_shown_ = total > long_file && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
+    is_shown_ = reader.size() > long_file && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
   }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -117,50 +109,36 @@ class Progress {
     if (is_shown_) std::cerr << "\r     \r";
   }
 
-  void add(std::size_t bytes) {
-    done_ += bytes;
-    if (!is_shown_ || done_ * 100 / total_ == percent_) return;
-    percent_ = done_ * 100 / total_;
-    std::cerr << '\r' << percent_ << " %";
+  void show() {
+    if (!is_shown_) return;
+    const std::uintmax_t percent = reader_.position() * 100 / reader_.size();
+    if (percent != std::exchange(percent_, percent)) std::cerr << '\r' << percent << " %";
   }
 
  private:
-  std::uintmax_t total_;
-  std::uintmax_t done_ = 0;
+  const BlockReader& reader_;
   std::uintmax_t percent_ = 0;
   bool is_shown_;
 };
 
-ExitStatus answer_lines(std::istream& in, bool display, bool flushes_each, Progress& progress) {
-  ExitStatus status = succeeded;
-  std::string line;
-  while (std::cout && std::getline(in, line)) {
-    progress.add(line.size() + 1);
-    if (line.find_first_not_of(" \t\r") == line.npos) continue;
-    const Answer answer = answer_line(line, display);
-    if (!answer.is_admitted) status = some_refused;
-    std::cout << answer.line << '\n';
-    if (flushes_each) std::cout.flush();
-  }
-  return status;
-}
-
 ExitStatus serve(const Options& options) {
-  const std::string name = options.requests.value_or("standard input");
-  std::ifstream file;
-  struct stat facts = {};
-  if (options.requests) {
-    file.open(name, std::ios::binary);
-    if (!file.is_open() || stat(name.c_str(), &facts) != 0) throw unreadable(name);
-  } else if (fstat(STDIN_FILENO, &facts) != 0) {
-    throw unreadable(name);
-  }
-  std::istream& in = options.requests ? file : std::cin;
-  const bool is_regular = S_ISREG(facts.st_mode);
-  Progress progress(is_regular ? static_cast<std::uintmax_t>(facts.st_size) : 0);
-  const ExitStatus status = answer_lines(in, options.display, !is_regular, progress);
-  if (in.bad()) throw unreadable(name);
-  return status;
+  BlockReader reader(options.requests);
+  Progress progress(reader);
+  std::atomic<bool> are_admitted = true;
+  const auto make_work = [&]() -> BlockWork {
+    return [&, answerer = std::make_shared<Answerer>(options.calls_only, options.display)](
+               std::string_view block, std::string& out) {
+      out.clear();
+      for_each_line(block, [&](std::string_view line) {
+        if (!answerer->answer(line, out)) are_admitted = false;
+      });
+    };
+  };
+  work_on_blocks(reader, options.jobs, make_work, [&](std::string_view answers) {
+    write_out(answers);
+    progress.show();
+  });
+  return are_admitted ? succeeded : some_refused;
 }
 
 ExitStatus run_mode(const Options& options) {
@@ -175,7 +153,6 @@ ExitStatus run_mode(const Options& options) {
 
 ExitStatus run(const Options& options) {
   std::ios::sync_with_stdio(false);
-  std::cin.tie(nullptr);
   const ExitStatus status = run_mode(options);
   if (!std::cout.flush()) throw std::runtime_error("cannot write to standard output");
   return status;

@@ -3,6 +3,7 @@
 
 // What the program does once its options are read.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,8 @@ struct Options {
   std::optional<std::string> tools = {};     // the tools file; nothing: the built-in tools
   std::optional<std::string> requests = {};  // the requests file; nothing: standard input
   bool skip_unsupported = false;
+  std::size_t jobs = 1;
+  bool calls_only = false;
   bool display = false;
   bool schema = false;
   bool check = false;
