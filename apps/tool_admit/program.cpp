@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -15,7 +16,11 @@
 #include "answer.hpp"
 #include "blocks.hpp"
 #include "builtin_tools.hpp"
+#include "counting.hpp"
 #include "jobs.hpp"
+#include "report.hpp"
+#include "requests.hpp"
+#include "terminal.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
@@ -69,6 +74,10 @@ std::size_t count_of_tools(const Value& published) {
   const Value* tools = &published;
   if (const Mapping* answer = published.if_mapping()) tools = answer->find("tools");
   return tools != nullptr && tools->is_list() ? tools->get_list().size() : 0;
+}
+
+Value published_tools(const Options& options) {
+  return options.tools ? parse_file(*options.tools) : publish_tools(builtin_tools());
 }
 
 ToolTable load_tools(const Options& options) {
@@ -141,11 +150,91 @@ ExitStatus serve(const Options& options) {
   return are_admitted ? succeeded : some_refused;
 }
 
+// Reports.
+
+// By TOOLS, each thread into a report of its own.
+Report counted_requests(const Options& options) {
+  BlockReader reader(options.requests);
+  Progress progress(reader);
+  std::vector<std::shared_ptr<Counter>> counters;
+  const auto make_work = [&]() -> BlockWork {
+    counters.push_back(std::make_shared<Counter>(options.calls_only, options.values));
+    return [counter = counters.back()](std::string_view block, std::string&) {
+      for_each_line(block, [&](std::string_view line) { counter->count(line); });
+    };
+  };
+  work_on_blocks(reader, options.jobs, make_work, [&](std::string_view) { progress.show(); });
+  Report report;
+  for (const auto& counter : counters) report.add(counter->report());
+  return report;
+}
+
+// Counts the log once more, by the tools with the proposals, which TOOLS then are.
+std::optional<Measured> write_proposals(const Options& options, const Report& report) {
+  const Value changed = with_proposals(published_tools(options), proposals(report));
+  std::ofstream file(*options.propose, std::ios::binary);
+  file << json_text(changed) << '\n';
+  if (!file.flush()) throw std::runtime_error("cannot write " + *options.propose);
+  if (!options.requests) {
+    std::cerr << "tool_admit: what the proposals admit is measured on a file alone\n";
+    return std::nullopt;
+  }
+  set_tools(ToolTable(read_tools(changed).tools));
+  Options again = options;
+  again.values = false;
+  const Report after = counted_requests(again);
+  return Measured{report.requests, report.refused, after.refused};
+}
+
+std::string written(const Report& report, const std::optional<Measured>& measured,
+                    const std::string& format) {
+  if (format == "html") return report_html(report, measured);
+  if (format == "text") return report_text(report, measured);
+  return json_text(report_object(report, measured)) + '\n';
+}
+
+ExitStatus report_requests(const Options& options) {
+  const Report report = counted_requests(options);
+  std::optional<Measured> measured;
+  if (options.propose) measured = write_proposals(options, report);
+  write_out(written(report, measured, *options.report));
+  return report.refused == 0 ? succeeded : some_refused;
+}
+
+ExitStatus merge_reports(const Options& options) {
+  Report whole;
+  for (const std::string& path : options.merge) {
+    try {
+      whole.add(read_report(parse_file(path)));
+    } catch (const RequestError& error) {
+      throw std::runtime_error(path + " is " + error.what());
+    }
+  }
+  write_out(written(whole, std::nullopt, options.report.value_or("json")));
+  return succeeded;
+}
+
+ExitStatus answer_typed_call(const Options& options) {
+  const TypedAnswer answer = typed_call(options.call, is_colored());
+  write_out(answer.page);
+  return answer.is_admitted ? succeeded : some_refused;
+}
+
 ExitStatus run_mode(const Options& options) {
   if (options.check) return check_tools(*options.tools);
+  if (!options.merge.empty()) return merge_reports(options);
   set_tools(load_tools(options));
-  if (!options.schema) return serve(options);
-  std::cout << json_text(publish_tools(TOOLS)) << '\n';
+  if (!options.call.empty()) return answer_typed_call(options);
+  if (options.report) return report_requests(options);
+  if (options.schema) {
+    write_out(json_text(publish_tools(TOOLS)) + '\n');
+  } else if (options.list) {
+    write_out(tool_list(TOOLS, is_colored()));
+  } else if (options.complete) {
+    write_out(completions(TOOLS, *options.complete));
+  } else {
+    return serve(options);
+  }
   return succeeded;
 }
 

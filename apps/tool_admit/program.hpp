@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tool_binding::tool_admit {
 
@@ -20,6 +21,13 @@ struct Options {
   bool display = false;
   bool schema = false;
   bool check = false;
+  bool list = false;
+  std::optional<std::string> report = {};  // "text", "json" or "html"
+  bool values = false;
+  std::optional<std::string> propose = {};  // where the tools file with the proposals is written
+  std::vector<std::string> merge = {};      // reports
+  std::vector<std::string> call = {};       // a tool and its typed arguments
+  std::optional<std::vector<std::string>> complete = {};
 };
 
 // Writes to the standard streams. Sets TOOLS. Throws std::runtime_error, with a message for the
