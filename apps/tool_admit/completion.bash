@@ -18,7 +18,7 @@ _tool_admit() {
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$("$1" --help | grep -oE -- '(^|[ ,])--[a-z-]+' | tr -d ' ,' | sort -u)" -- "$current")
   elif ((call)); then
-    mapfile -t COMPREPLY < <("$1" "${tools[@]}" --complete ${tool:+"$tool"} 2>/dev/null | grep -F -- "$current" |
+    mapfile -t COMPREPLY < <("$1" "${tools[@]}" --complete "$tool" 2>/dev/null |
       while read -r word; do [[ $word == "$current"* ]] && printf '%s\n' "$word"; done)
     [[ $tool ]] && compopt -o nospace
   else

@@ -19,15 +19,19 @@ constexpr const char* purpose =
     "handler gets them, or with what is wrong with them.";
 
 constexpr const char* footer = R"(A request:   {"tool": NAME, "arguments": {...}}
-             "name" is read where "tool" is absent; "arguments" may be left out;
-             other members are ignored, and so are blank lines
+             "name" is read where "tool" is absent, "input" where "arguments" is; both may be
+             left out; other members are ignored, and so are blank lines
+         or  {"function": {"name": NAME, "arguments": {...} or JSON TEXT}}
+         or  {"method": "tools/call", "params": {"name": NAME, "arguments": {...}}}
+         or  {"tool_calls": [REQUEST, ...]}, {"content": [BLOCK, ...]}: each request in turn
 Its answer:  {"tool": NAME, "arguments": {...}, "notes": [...], "alias_hit": BOOLEAN,
               "bound": {...}}
          or  {"tool": NAME, "error": {"type": TYPE, "message": TEXT}}
              TYPE is ArgumentError, KeyError (no such tool), OverflowError, RequestError
              (the line is no request) or RegistryError (the tool is badly declared)
-Exit status: 0 when all requests were admitted, 1 when some were refused, 2 for wrong usage,
-             a file that cannot be read, and a tools file with errors)";
+Exit status: 0 when all requests were admitted or a report was written, 1 when some were
+             refused, 2 for wrong usage, a file that cannot be read, and a tools file with
+             errors)";
 
 std::string version() {
   return "tool_admit " + std::to_string(TOOL_BINDING_VERSION_MAJOR) + '.' +
@@ -51,7 +55,7 @@ std::vector<CLI::Option*> add_modes(CLI::App& app, Options& options, CLI::Option
       app.add_flag("--check", options.check,
                    "Show the errors and warnings of the tools file and exit")
           ->needs(tools),
-      app.add_option("--complete", options.complete)->expected(0, -1)->group(""),
+      app.add_option("--complete", options.complete)->group(""),
   };
 }
 

@@ -198,7 +198,7 @@ ExitStatus report_requests(const Options& options) {
   std::optional<Measured> measured;
   if (options.propose) measured = write_proposals(options, report);
   write_out(written(report, measured, *options.report));
-  return report.refused == 0 ? succeeded : some_refused;
+  return succeeded;
 }
 
 ExitStatus merge_reports(const Options& options) {
@@ -230,8 +230,8 @@ ExitStatus run_mode(const Options& options) {
     write_out(json_text(publish_tools(TOOLS)) + '\n');
   } else if (options.list) {
     write_out(tool_list(TOOLS, is_colored()));
-  } else if (options.complete) {
-    write_out(completions(TOOLS, *options.complete));
+  } else if (!options.complete.empty()) {
+    write_out(completions(TOOLS, options.complete));
   } else {
     return serve(options);
   }

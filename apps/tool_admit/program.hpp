@@ -27,7 +27,7 @@ struct Options {
   std::optional<std::string> propose = {};  // where the tools file with the proposals is written
   std::vector<std::string> merge = {};      // reports
   std::vector<std::string> call = {};       // a tool and its typed arguments
-  std::optional<std::vector<std::string>> complete = {};
+  std::vector<std::string> complete = {};   // the words of a typed request
 };
 
 // Writes to the standard streams. Sets TOOLS. Throws std::runtime_error, with a message for the

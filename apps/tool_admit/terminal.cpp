@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -95,13 +96,16 @@ void add_values(std::string& page, const Mapping& values) {
 // What was sent, and what it was read as, where that differs.
 void add_readings(std::string& page, const Style& style, const ToolSpec& spec, const Mapping& sent,
                   const Mapping& admitted) {
+  std::set<std::string_view> read;  // by a synonym
   for (const auto& entry : sent) {
     const ParamSpec* param = spec.param(entry.name());
     const std::string_view name =
         entry.name() == ACTION_PARAM || param == nullptr ? entry.name() : param->name;
     const Value* value = admitted.find(name);
+    const bool is_left_out =
+        name != entry.name() && (sent.contains(name) || !read.insert(name).second);
     page += "  " + printable(entry.name()) + ' ' + printable(display_form(entry.value));
-    if (value == nullptr) {
+    if (value == nullptr || is_left_out) {
       page += style.soft("  left out");
     } else if (name != entry.name() || *value != entry.value) {
       page += style.soft("  read as  ") + std::string(name) + ' ' + printable(display_form(*value));
@@ -196,7 +200,7 @@ std::string tool_list(const ToolTable& tools, bool colored) {
 
 std::string completions(const ToolTable& tools, const std::vector<std::string>& words) {
   std::string out;
-  if (words.empty()) {
+  if (words.empty() || words[0].empty()) {
     for (const ToolSpec& spec : tools) out += spec.name() + '\n';
     return out;
   }

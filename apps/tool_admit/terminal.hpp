@@ -31,8 +31,8 @@ struct TypedAnswer {
 // The tools as a person reads them.
 [[nodiscard]] std::string tool_list(const ToolTable& tools, bool colored);
 
-// What can complete the words of a typed call, one candidate a line: the tools' names for none, the
-// parameters' and the action's for a tool, each with a '='.
+// What can complete the words of a typed call, one candidate a line: the tools' names for none or
+// an empty one, the parameters' and the action's for a tool, each with a '='.
 [[nodiscard]] std::string completions(const ToolTable& tools,
                                       const std::vector<std::string>& words);
 
