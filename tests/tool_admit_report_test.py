@@ -195,8 +195,10 @@ def main():
         for _ in range(3):
             random.shuffle(parts)
             assert run("--merge", *parts) == whole
+        assert run("--merge", "-", input=b"".join(part.read_bytes() for part in parts)) == whole
         half_way = directory / "half.json"
         half_way.write_bytes(run("--merge", *parts[:3]))
+        half_way.write_text(json.dumps(json.loads(half_way.read_bytes()), indent=2))
         assert run("--merge", *parts[3:], half_way) == whole
         check_cap(directory)
 

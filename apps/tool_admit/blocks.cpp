@@ -134,9 +134,15 @@ void BlockReader::find_format() {
   if (head_ == gzip_magic) gzip_ = std::make_unique<Gzip>(*this);
 }
 
+// A failure ends the input: what was read before it is handed on first.
 std::size_t BlockReader::read_more(char* to, std::size_t size) {
-  if (position_ == 0) find_format();
-  return gzip_ ? gzip_->read(to, size) : read_file(to, size);
+  try {
+    if (position_ == 0) find_format();
+    return gzip_ ? gzip_->read(to, size) : read_file(to, size);
+  } catch (const std::runtime_error&) {
+    failure_ = std::current_exception();
+    return 0;
+  }
 }
 
 bool BlockReader::is_more_waiting() const {
@@ -158,6 +164,8 @@ bool BlockReader::next(std::string& block) {
     const std::size_t line_feed = std::string_view(block).substr(size).rfind('\n');
     if (line_feed != block.npos) end = size + line_feed + 1;
   }
+  if (failure_) block.resize(end);  // the line that it cut off is no line
+  if (is_at_end_ && block.empty() && failure_) std::rethrow_exception(failure_);
   if (is_at_end_) return !block.empty();
   rest_.assign(block, end);
   block.resize(end);

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,7 +28,7 @@ void write_out(std::string_view bytes);
 // Memory: a block, or the longest line if that is longer. From a terminal or a pipe, a block ends
 // where nothing more is waiting, so that what it asks can be answered at once.
 // Throws std::runtime_error, which names the file, when it cannot be read or when compressed data
-// is faulty or ends too early.
+// is faulty or ends too early; the whole lines before that come first.
 class BlockReader {
  public:
   // Nothing: standard input.
@@ -62,6 +63,7 @@ class BlockReader {
   std::unique_ptr<Gzip> gzip_;
   std::string rest_;  // the beginning of a line whose end has not been read
   bool is_at_end_ = false;
+  std::exception_ptr failure_;
 };
 
 // Calls `use` with each line that is not blank, without its line feed.

@@ -105,7 +105,10 @@ void add_options(CLI::App& app, Options& options) {
           ->type_name("FILE")
           ->needs(report);
   CLI::Option* merge =
-      app.add_option("--merge", options.merge, "Add up reports that --report json wrote")
+      app.add_option(
+             "--merge", options.merge,
+             "Add up reports that --report json wrote, one a file or one a line; - is standard "
+             "input")
           ->type_name("REPORT...");
   for (CLI::Option* mode : {requests, display, jobs, calls_only, values, propose}) {
     merge->excludes(mode);

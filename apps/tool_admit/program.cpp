@@ -27,7 +27,7 @@
 namespace tool_binding::tool_admit {
 namespace {
 
-std::string content_of(const std::string& path) {
+std::string content_of(const std::optional<std::string>& path) {
   BlockReader reader(path);
   std::string content;
   for (std::string block; reader.next(block);) content += block;
@@ -36,18 +36,19 @@ std::string content_of(const std::string& path) {
 
 // The tools file.
 
-Value parse_file(const std::string& path) {
-  const std::string content = content_of(path);
+Value parse_content(const std::string& path, std::string_view content) {
   try {
     return parse_json(content);
   } catch (const JsonError& error) {
-    const std::string_view before = std::string_view(content).substr(0, error.byte() - 1);
+    const std::string_view before = content.substr(0, error.byte() - 1);
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
     throw std::runtime_error(path + ":" + std::to_string(line) + ":" + std::to_string(column) +
                              ": " + error.what());
   }
 }
+
+Value parse_file(const std::string& path) { return parse_content(path, content_of(path)); }
 
 void tell(const std::string& path, std::string_view severity,
           const std::vector<SchemaProblem>& problems) {
@@ -201,11 +202,21 @@ ExitStatus report_requests(const Options& options) {
   return succeeded;
 }
 
+// A report in a file of its own, or one on each line, as mappers write them; "-": standard input.
+void add_reports(const std::string& path, Report& whole) {
+  const std::string content = content_of(path == "-" ? std::nullopt : std::optional(path));
+  // A report that is laid out over several lines has none of its members on the first.
+  const bool is_laid_out = content.find_first_not_of(" \t\r\n{") > content.find('\n');
+  if (is_laid_out) return whole.add(read_report(parse_content(path, content)));
+  for_each_line(content,
+                [&](std::string_view line) { whole.add(read_report(parse_content(path, line))); });
+}
+
 ExitStatus merge_reports(const Options& options) {
   Report whole;
   for (const std::string& path : options.merge) {
     try {
-      whole.add(read_report(parse_file(path)));
+      add_reports(path, whole);
     } catch (const RequestError& error) {
       throw std::runtime_error(path + " is " + error.what());
     }

@@ -40,9 +40,9 @@ code { font: .9em ui-monospace, monospace; overflow-wrap: anywhere; }
   overflow: hidden; background: var(--line); print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 .bar span { display: block; height: 100%; }
 .sent { background: var(--sent); } .changed { background: var(--changed); } .refused { background: var(--refused); }
-.key span { display: inline-block; width: .8rem; height: .8rem; border-radius: .2rem; margin: 0 .3rem 0 .9rem;
+.key span { display: inline-block; width: .8rem; height: .8rem; border-radius: .2rem; margin: 0 .3rem 0 .2rem;
   vertical-align: -.05rem; print-color-adjust: exact; -webkit-print-color-adjust: exact; }
-.key { color: var(--soft); font-size: .9rem; } .soft { color: var(--soft); }
+.key em { font-style: normal; white-space: nowrap; } .key { color: var(--soft); font-size: .9rem; } .soft { color: var(--soft); }
 details { border-bottom: 1px solid var(--line); padding: .4rem 0; } summary { cursor: pointer; font-weight: 600; }
 ul.tick { list-style: none; padding: 0; } ul.tick li { padding: .5rem 0; border-bottom: 1px solid var(--line); }
 ul.tick label { display: flex; gap: .6rem; align-items: baseline; } ul.tick pre { user-select: all;
@@ -155,9 +155,9 @@ void add_summary(std::string& out, const Report& report, const std::optional<Mea
   out += "</dl>\n";
   add_bar(out, report);
   out +=
-      "<p class=\"key\"><span class=\"sent\"></span>admitted as sent"
-      "<span class=\"changed\"></span>admitted with changes"
-      "<span class=\"refused\"></span>refused</p>\n";
+      "<p class=\"key\"><em><span class=\"sent\"></span>admitted as sent</em> "
+      "<em><span class=\"changed\"></span>admitted with changes</em> "
+      "<em><span class=\"refused\"></span>refused</em></p>\n";
 }
 
 // The tools that were called, the most called first.
