@@ -50,6 +50,8 @@ void add_options(CLI::App& app, Options& options) {
   CLI::Option* schema =
       app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit");
   schema->excludes(requests)->excludes(display);
+  app.add_flag("--wire", options.wire, "Write them as clients are shown them, without x- keywords")
+      ->needs(schema);
   app.add_flag("--check", options.check, "Tell the errors and warnings of the tools file and exit")
       ->needs(tools)
       ->excludes(requests)

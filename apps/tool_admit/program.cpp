@@ -97,7 +97,8 @@ ToolTable load_tools(const Options& options) {
     std::cerr << path << ": " << counted(left_out, "tool") << " left out; --check says why\n";
   }
   if (!reading.warnings.empty()) {
-    std::cerr << path << ": " << counted(reading.warnings.size(), "warning") << "; --check shows them\n";
+    std::cerr << path << ": " << counted(reading.warnings.size(), "warning")
+              << "; --check shows them\n";
   }
   return ToolTable(std::move(reading.tools));
 }
@@ -167,7 +168,8 @@ ExitStatus run_mode(const Options& options) {
   if (options.check) return check_tools(*options.tools);
   set_tools(load_tools(options));
   if (!options.schema) return serve(options);
-  std::cout << json_text(publish_tools(TOOLS)) << '\n';
+  std::cout << (options.wire ? json_text(wire_tools(TOOLS)) : json_text(publish_tools(TOOLS)))
+            << '\n';
   return succeeded;
 }
 

@@ -16,6 +16,7 @@ struct Options {
   bool skip_unsupported = false;
   bool display = false;
   bool schema = false;
+  bool wire = false;  // with schema: as clients are shown it
   bool check = false;
 };
 
