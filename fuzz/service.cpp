@@ -51,7 +51,6 @@ void check_result(bool holds, const char* tool) { check(holds, "value within dec
 
 template <class T>
 Tool single(const char* name, ParamSpec param) {
-  param.name = "query";
   return tool(ToolSpec({.name = name, .params = {std::move(param)}}),
               [](const T&) { return "called"; }, {"query"});
 }
@@ -84,15 +83,15 @@ std::vector<Tool> tools() {
              if (request.query) throw ToolError(*request.query);
              return request.limit;
            }),
-      single<bool>("bool", {.type = "boolean", .required = true}),
-      single<std::optional<double>>("number", {.type = "number"}),
-      single<std::uint64_t>("uint64", {.type = "integer", .default_ = 7}),
-      single<std::string_view>("text", {.blank_is_value = true, .default_ = ""}),
-      single<std::optional<std::filesystem::path>>("path", {}),
-      single<Mode>("mode", {.enum_ = {"slow", "fast"}, .required = true}),
-      single<std::optional<Even>>("even", {.custom = custom_type<Even>()}),
-      single<Value>("any", {.custom = any_type()}),
-      single<std::optional<Mapping>>("object", {.custom = object_type()}),
+      single<bool>("bool", {.name = "query", .type = "boolean", .required = true}),
+      single<std::optional<double>>("number", {.name = "query", .type = "number"}),
+      single<std::uint64_t>("uint64", {.name = "query", .type = "integer", .default_ = 7}),
+      single<std::string_view>("text", {.name = "query", .blank_is_value = true, .default_ = ""}),
+      single<std::optional<std::filesystem::path>>("path", {.name = "query"}),
+      single<Mode>("mode", {.name = "query", .enum_ = {"slow", "fast"}, .required = true}),
+      single<std::optional<Even>>("even", {.name = "query", .custom = custom_type<Even>()}),
+      single<Value>("any", {.name = "query", .custom = any_type()}),
+      single<std::optional<Mapping>>("object", {.name = "query", .custom = object_type()}),
       tool("thrower", "", {}, [] { throw std::runtime_error("hidden"); }),
   };
 }

@@ -84,6 +84,8 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
       {"--tools good.json refused", "", 1, "\n{\"tool\": null, \"error\": {\"type\": \"RequestErr",
        "1 warning"},
       {"--tools good.json --schema", "", 0, R"([{"name": "t")", "1 warning"},
+      {"--schema --wire", "", 0, R"("default": 20}, )", ""},
+      {"--wire", "", 2, "", "--wire requires --schema"},
       {"--tools good.json --check", "", 0, "1 tool without an error, 0 errors, 1 warning\n",
        "good.json: warning: t, 'a': "},
       {"--tools bad.json --check", "", 2, "2 tools without an error, 3 errors, 3 warnings\n",

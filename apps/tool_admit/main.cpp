@@ -119,6 +119,9 @@ void add_options(CLI::App& app, Options& options) {
     }
   }
   modes[4]->excludes(skip);
+  app.add_flag("--wire", options.wire,
+               "With --schema: as clients of a server are shown the tools, without x- keywords")
+      ->needs(modes[3]);
 }
 
 // "; did you mean --tools?" for an option that there is not.

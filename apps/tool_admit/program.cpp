@@ -238,7 +238,8 @@ ExitStatus run_mode(const Options& options) {
   if (!options.call.empty()) return answer_typed_call(options);
   if (options.report) return report_requests(options);
   if (options.schema) {
-    write_out(json_text(publish_tools(TOOLS)) + '\n');
+    write_out((options.wire ? json_text(wire_tools(TOOLS)) : json_text(publish_tools(TOOLS))) +
+              '\n');
   } else if (options.list) {
     write_out(tool_list(TOOLS, is_colored()));
   } else if (!options.complete.empty()) {

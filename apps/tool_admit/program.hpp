@@ -20,6 +20,7 @@ struct Options {
   bool calls_only = false;
   bool display = false;
   bool schema = false;
+  bool wire = false;  // with schema: as clients are shown it
   bool check = false;
   bool list = false;
   std::optional<std::string> report = {};  // "text", "json" or "html"

@@ -256,8 +256,8 @@ const std::shared_ptr<const CustomType>& custom_type_of() {
   return type;
 }
 
-// Reading a bound value: what it holds as a T, or nothing where a T cannot hold it. What is large
-// is moved out of the value. Views are valid as long as the value is.
+// Reading a bound value into an object of the C++ type: false where that cannot hold it. What is
+// large is moved out of the value. Views are valid as long as the value is.
 
 [[nodiscard]] TOOL_BINDING_EXPORT std::optional<std::uint64_t> read_uint64(
     const Value& value) noexcept;
@@ -266,99 +266,120 @@ const std::shared_ptr<const CustomType>& custom_type_of() {
 // Reads an item as admission reads an argument of that kind: " 5" as 5. Whether it changed it.
 [[nodiscard]] TOOL_BINDING_EXPORT bool coerce_item(CppKind kind, Value& item);
 
+template <class T>
+bool assign(T& into, std::optional<T> read) {
+  if (read) into = *std::move(read);
+  return read.has_value();
+}
+
 template <IntegerType T>
-std::optional<T> read_integer(const Value& value) {
+bool read_integer(const Value& value, T& into) {
   if (value.is_int64()) {
     const std::int64_t number = value.get_int64();
-    if (std::in_range<T>(number)) return static_cast<T>(number);
-    return std::nullopt;
+    into = static_cast<T>(number);
+    return std::in_range<T>(number);
   }
   if constexpr (std::in_range<T>(std::numeric_limits<std::uint64_t>::max())) {
-    return read_uint64(value);
+    const std::optional<std::uint64_t> number = read_uint64(value);
+    if (number) into = static_cast<T>(*number);
+    return number.has_value();
   } else {
-    return std::nullopt;
+    return false;
   }
 }
 
 template <std::floating_point T>
-std::optional<T> read_number(const Value& value) {
+bool read_number(const Value& value, T& into) {
   const std::optional<double> number = value.is_float() ? value.get_float() : read_double(value);
+  if (!number) return false;
   if constexpr (std::same_as<T, float>) {
     constexpr double largest = std::numeric_limits<float>::max();
     constexpr double infinity = std::numeric_limits<double>::infinity();
-    if (number && (*number > largest || *number < -largest) && *number != infinity &&
-        *number != -infinity) {
-      return std::nullopt;
-    }
-    return number ? std::optional(static_cast<float>(*number)) : std::nullopt;
-  } else {
-    return number;
+    const double size = *number < 0 ? -*number : *number;
+    if (size > largest && size != infinity) return false;
   }
+  into = static_cast<T>(*number);
+  return true;
 }
 
 template <class T>
-std::optional<T> read_one(Value& value) {
+bool read_one(Value& value, T& into) {
   constexpr CppKind kind = kind_of<T>();
   if constexpr (kind == CppKind::custom) {
-    return ParameterReader<T>::read(std::as_const(value));
-  } else if constexpr (kind == CppKind::boolean) {
-    return value.if_boolean();
+    return assign(into, ParameterReader<T>::read(std::as_const(value)));
   } else if constexpr (kind == CppKind::integer) {
-    return read_integer<T>(value);
+    return read_integer(value, into);
   } else if constexpr (kind == CppKind::number) {
-    return read_number<T>(value);
-  } else if constexpr (kind == CppKind::text) {
-    return value.is_text() ? std::optional<T>(std::in_place, value.get_text()) : std::nullopt;
+    return read_number(value, into);
   } else if constexpr (kind == CppKind::enumeration) {
-    return read_enumerator<T>(value);
+    return assign(into, read_enumerator<T>(value));
+  } else if constexpr (kind == CppKind::boolean) {
+    return assign(into, value.if_boolean());
+  } else if constexpr (kind == CppKind::text) {
+    if (value.is_text()) into = value.get_text();
+    return value.is_text();
   } else if constexpr (kind == CppKind::value) {
-    return std::move(value);
+    into = std::move(value);
+    return true;
   } else if constexpr (kind == CppKind::list) {
-    return value.is_list() ? std::optional(std::move(value.get_list())) : std::nullopt;
+    if (value.is_list()) into = std::move(value.get_list());
+    return value.is_list();
   } else {
-    return value.is_mapping() ? std::optional(std::move(value.get_mapping())) : std::nullopt;
+    if (value.is_mapping()) into = std::move(value.get_mapping());
+    return value.is_mapping();
   }
 }
 
+// Where a T is read to: a T, or an optional where a type with a reader has no default.
 template <class T>
-std::optional<T> read_item(Value& item) {
-  std::optional<T> read = read_one<T>(item);
-  if (!read && coerce_item(kind_of<T>(), item)) read = read_one<T>(item);
-  return read;
-}
-
-template <class Vector>
-std::optional<Vector> read_vector(Value& value) {
-  List* items = value.if_list();
-  if (items == nullptr) return std::nullopt;
-  std::optional<Vector> all(std::in_place);
-  all->reserve(items->size());
-  for (Value& item : *items) {
-    auto read = read_item<typename Vector::value_type>(item);
-    if (!read) return std::nullopt;
-    all->push_back(*std::move(read));
-  }
-  return all;
-}
-
-template <class T>
-struct Reading {
-  static std::optional<T> of(Value& value) {
-    if constexpr (Unwrapped<T>::is_vector) {
-      return read_vector<T>(value);
-    } else {
-      return read_one<T>(value);
-    }
-  }
+struct Held {
+  T value{};
+  bool read(Value& from) { return read_one(from, value); }
+  T&& taken() noexcept { return std::move(value); }
 };
 template <class T>
-struct Reading<std::optional<T>> {
-  static std::optional<std::optional<T>> of(Value& value) {
-    if (value.is_none()) return std::optional<std::optional<T>>(std::in_place);
-    std::optional<T> read = Reading<T>::of(value);
-    if (!read) return std::nullopt;
-    return read;
+requires(!std::default_initializable<T>) struct Held<T> {
+  std::optional<T> value;
+  bool read(Value& from) {
+    value = ParameterReader<T>::read(std::as_const(from));
+    return value.has_value();
   }
+  T&& taken() noexcept { return *std::move(value); }
+};
+
+template <class T>
+bool read_item(Value& item, Held<T>& held) {
+  return held.read(item) || (coerce_item(kind_of<T>(), item) && held.read(item));
+}
+
+template <class T, class Allocator>
+struct Held<std::vector<T, Allocator>> {
+  std::vector<T, Allocator> value;
+  bool read(Value& from) {
+    List* items = from.if_list();
+    if (items == nullptr) return false;
+    value.reserve(items->size());
+    for (Value& item : *items) {
+      Held<T> held;
+      if (!read_item(item, held)) return false;
+      value.push_back(held.taken());
+    }
+    return true;
+  }
+  std::vector<T, Allocator>&& taken() noexcept { return std::move(value); }
+};
+
+template <class T>
+struct Held<std::optional<T>> {
+  std::optional<T> value;
+  bool read(Value& from) {
+    if (from.is_none()) return true;
+    Held<T> held;
+    const bool is_read = held.read(from);
+    if (is_read) value.emplace(held.taken());
+    return is_read;
+  }
+  std::optional<T>&& taken() noexcept { return std::move(value); }
 };
 
 template <class T>
@@ -378,11 +399,12 @@ constexpr CppType described() {
   if constexpr (kind == CppKind::custom) type.custom = custom_type_of<One>;
   type.accepts = [](const Value& value) {
     Value copy = value;
-    return Reading<T>::of(copy).has_value();
+    return Held<T>().read(copy);
   };
   type.accepts_item = [](const Value& item) {
     Value copy = item;
-    return read_item<One>(copy).has_value();
+    Held<One> held;
+    return read_item(copy, held);
   };
   return type;
 }

@@ -194,14 +194,15 @@ class TOOL_BINDING_EXPORT Frame {
   Frame(const Plan& plan, Mapping& bound, Call& call) noexcept
       : plan_(plan), bound_(bound), entries_(std::to_address(bound.begin())), call_(call) {}
 
+  // Whether the value could be read; otherwise it is refused.
   template <class T>
-  [[nodiscard]] std::optional<T> read(std::size_t slot) {
+  bool read(std::size_t slot, Held<T>& into) {
     const Slot& of = plan_.slots[slot];
     Value& value = entries_[of.place].value;
     if (value.is_none() && !of.action_defaults.empty()) value = action_default(of);
-    std::optional<T> read = Reading<T>::of(value);
-    if (!read) refuse(of, value);
-    return read;
+    const bool is_read = into.read(value);
+    if (!is_read) refuse(of, value);
+    return is_read;
   }
   // Every value that could not be read is in it.
   [[nodiscard]] bool is_refused() const noexcept { return !refusal_.empty(); }
@@ -310,29 +311,35 @@ class NamedFunction final : public Function {
   void call(Frame& frame) const override { call(frame, std::index_sequence_for<Arguments...>()); }
 
  private:
+  // What stands for a parameter that is not read from the request.
+  struct Nothing {};
   template <class Argument>
-  static auto read(Frame& frame, std::size_t slot) {
-    if constexpr (Taking<Argument>::taken.role == Role::parameter) {
-      return frame.template read<std::remove_cvref_t<Argument>>(slot);
-    } else {
-      return std::monostate();
-    }
+  static constexpr bool is_read = Taking<Argument>::taken.role == Role::parameter;
+  template <class Argument>
+  using HeldFor =
+      std::conditional_t<is_read<Argument>, Held<std::remove_cvref_t<Argument>>, Nothing>;
+
+  template <class T>
+  static void read(Frame& frame, std::size_t slot, Held<T>& held) {
+    frame.read(slot, held);
   }
-  template <class Argument, class Read>
-  static decltype(auto) argument(Frame& frame, std::size_t slot, Read& read) {
-    if constexpr (Taking<Argument>::taken.role == Role::parameter) {
-      return std::move(*read);
+  static void read(Frame&, std::size_t, Nothing&) noexcept {}
+
+  template <class Argument>
+  static decltype(auto) argument(Frame& frame, std::size_t slot, HeldFor<Argument>& held) {
+    if constexpr (is_read<Argument>) {
+      return held.taken();
     } else {
       return taken_argument<Argument>(frame, slot);
     }
   }
   template <std::size_t... Slots>
   void call(Frame& frame, std::index_sequence<Slots...>) const {
-    // Braces, so that they are read in their order.
-    std::tuple<decltype(read<Arguments>(frame, Slots))...> values{read<Arguments>(frame, Slots)...};
+    std::tuple<HeldFor<Arguments>...> held;
+    (read(frame, Slots, std::get<Slots>(held)), ...);
     if (frame.is_refused()) return;
     invoke_into(frame.result, function_,
-                argument<Arguments>(frame, Slots, std::get<Slots>(values))...);
+                argument<Arguments>(frame, Slots, std::get<Slots>(held))...);
   }
 
   F function_;
@@ -355,7 +362,8 @@ Member<Struct> member_of(T Struct::*pointer) {
   Member<Struct> member{[](Frame& frame, std::size_t slot, const MemberBytes& bytes, Struct& into) {
                           T Struct::*to;
                           std::memcpy(&to, bytes.data(), sizeof to);
-                          if (auto read = frame.template read<T>(slot)) into.*to = *std::move(read);
+                          Held<T> held;
+                          if (frame.read(slot, held)) into.*to = held.taken();
                         },
                         {}};
   std::memcpy(member.bytes.data(), &pointer, sizeof pointer);
