@@ -29,7 +29,7 @@ class LineBuffer {
   const std::size_t limit_;
   std::string bytes_;
   std::size_t start_ = 0;    // of the line that comes next
-  std::size_t scanned_ = 0;  // no line break stands between there and here
+  std::size_t scanned_ = 0;  // no line break comes before this place
   bool dropping_ = false;    // the line that comes next was too long
 };
 
