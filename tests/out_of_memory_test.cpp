@@ -8,6 +8,7 @@
 #include <new>
 
 #include "sample_requests.hpp"
+#include "sample_service.hpp"
 
 namespace {
 
@@ -140,6 +141,38 @@ TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
       const ToolTable table(std::move(reading.tools));
       EXPECT_EQ(table.empty() ? definition : json_text(publish_tools(table)), definition);
     });
+  }
+}
+
+// One that fails may be where nobody minds it (a log), or be the fault that the answer tells.
+TEST(OutOfMemory, IsAFaultOfACallAndNothingElse) {
+  const ToolService service = sample_service();
+  for (const auto& [tool, arguments] : sample_calls()) {
+    SCOPED_TRACE(tool);
+    memory_lasts();
+    const std::string answer = shown(service.call(tool, arguments));
+    const std::size_t needed = memory.asked;
+    const std::size_t live = memory.live;
+    const Mapping before = arguments;
+    const std::size_t copied = memory.live;
+    for (std::size_t i = 0; i < 2 * needed; ++i) {
+      memory_lasts();
+      memory.first_failing = i / 2 + 1;
+      memory.last_failing = i % 2 == 0 ? i / 2 + 1 : std::numeric_limits<std::size_t>::max();
+      try {
+        const ToolAnswer failed = service.call(tool, arguments);
+        memory_lasts();
+        EXPECT_TRUE(shown(failed) == answer ||
+                    failed.text() == tool + " failed with an internal error")
+            << shown(failed);
+      } catch (const std::bad_alloc&) {
+        memory_lasts();
+      }
+      ASSERT_EQ(memory.live, copied) << i;
+    }
+    EXPECT_EQ(arguments, before);
+    EXPECT_LE(live, copied);
+    EXPECT_EQ(shown(service.call(tool, arguments)), answer);
   }
 }
 

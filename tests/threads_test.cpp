@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "sample_requests.hpp"
+#include "sample_service.hpp"
 
 namespace tool_binding {
 namespace {
@@ -43,6 +44,27 @@ TEST(Threads, GetTheAnswersOfOneThread) {
     EXPECT_EQ(first_answers[t], alone);
     EXPECT_EQ(changed[t], 0);
   }
+}
+
+TEST(Threads, CallOneService) {
+  const ToolService service = sample_service();
+  const auto answers = [copy = service] {
+    std::string all;
+    for (const auto& [tool, arguments] : sample_calls()) all += shown(copy.call(tool, arguments));
+    return all + json_text(copy.wire_tools());
+  };
+  std::vector<std::string> found(4);
+  std::latch start(4);
+  {
+    std::vector<std::jthread> threads;
+    for (std::string& mine : found) {
+      threads.emplace_back([&] {
+        start.arrive_and_wait();
+        for (int i = 0; i < 50; ++i) mine = answers();
+      });
+    }
+  }
+  for (const std::string& each : found) EXPECT_EQ(each, answers());
 }
 
 }  // namespace
