@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "tool_binding/json.hpp"
 namespace tool_binding::bench {
 namespace {
 
@@ -157,6 +158,10 @@ const Case& case_named(const std::string& name) {
                                   [&name](const Case& c) { return c.name == name; });
   if (found == cases().end()) throw std::out_of_range("there is no case " + name);
   return *found;
+}
+
+std::string line_of(const Case& c) {
+  return json_text(Mapping{{"tool", c.tool}, {"arguments", c.request}});
 }
 
 }  // namespace tool_binding::bench

@@ -35,6 +35,9 @@ struct Case {
 // Throws std::out_of_range when there is none.
 [[nodiscard]] const Case& case_named(const std::string& name);
 
+// A request as a client sends it, without a line break.
+[[nodiscard]] std::string line_of(const Case& c);
+
 }  // namespace tool_binding::bench
 
 #endif  // TOOL_BINDING_BENCH_CASES_HPP_

@@ -28,6 +28,7 @@
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_binding/tool_schemas.hpp"
+#include "tool_binding/value_events.hpp"
 
 namespace {
 
@@ -329,6 +330,10 @@ void add_texts(std::vector<Case>& cases) {
        [](std::size_t size) { return in_brackets(repeated("[", size)); }},
       {"brackets, no JSON at the end", 8 * mebibyte,
        [](std::size_t size) { return in_brackets(repeated("[],", size)); }},
+      {"brackets that pair with no other", 8 * mebibyte,
+       [](std::size_t size) { return in_brackets(repeated("x{,[}", size)); }},
+      {"literal cut off", 8 * mebibyte,
+       [](std::size_t size) { return "[" + repeated("{'a': (1, None)},", size); }},
       {"JSON list of escapes", 8 * mebibyte,
        [](std::size_t size) {
          return in_brackets(repeated(R"("\ud83d\ude00",)", size) + R"("")");

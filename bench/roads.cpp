@@ -10,18 +10,21 @@
 namespace tool_binding::bench {
 namespace {
 
-Mapping answer_to(Value& request) {
+// What a daemon has of a request once it is bound, or the refusal.
+struct Answer {
+  Admission admission;
+  Mapping bound;
+};
+
+Answer answer_to(Value& request) {
   Mapping& members = request.as_mapping();
-  const std::string tool(members.find("tool")->as_text());
-  Admission admitted =
-      try_normalize_arguments(tool, std::move(members.find("arguments")->as_mapping()));
-  if (!admitted) return {{"problems", admitted.error()}};
-  NormalizedArguments arguments = *std::move(admitted);
-  List notes(arguments.notes().begin(), arguments.notes().end());
-  Mapping bound = bind_arguments(tool, std::move(arguments).arguments());
-  Mapping answer;
-  answer.set("bound", std::move(bound));
-  answer.set("notes", std::move(notes));
+  const std::string_view tool = members.find("tool")->as_text();
+  const ToolSpec& spec = TOOLS.at(tool);
+  Answer answer{try_normalize_arguments(spec, std::move(members.find("arguments")->as_mapping())),
+                {}};
+  if (answer.admission) {
+    answer.bound = bind_arguments(spec, std::move(*answer.admission).arguments());
+  }
   return answer;
 }
 
@@ -30,13 +33,29 @@ class LayerRoad : public Road {
   explicit LayerRoad(const std::string& line) : line_(line) {}
 
   void answer(std::string* out) override {
-    Value request = parse_json(line_);
-    const Mapping answer = answer_to(request);
-    if (out != nullptr) *out = json_text(answer);
+    Value request = reader_.read(line_);
+    const Answer answer = answer_to(request);
+    if (out == nullptr) return;
+    out->clear();
+    if (!answer.admission) {
+      *out += R"({"problems": )";
+      append_json(*out, answer.admission.error());
+    } else {
+      *out += R"({"bound": )";
+      append_json(*out, answer.bound);
+      *out += R"(, "notes": [)";
+      for (const std::string& note : answer.admission->notes()) {
+        if (&note != &answer.admission->notes().front()) *out += ", ";
+        append_json(*out, note);
+      }
+      *out += ']';
+    }
+    *out += '}';
   }
 
  private:
   std::string line_;
+  JsonReader reader_;
 };
 
 class NlohmannRoad : public Road {
@@ -45,8 +64,16 @@ class NlohmannRoad : public Road {
 
   void answer(std::string* out) override {
     Value request = value_from_json(nlohmann::ordered_json::parse(line_));
-    const Mapping answer = answer_to(request);
-    if (out != nullptr) *out = json_from_value(answer).dump();
+    const Answer answer = answer_to(request);
+    if (out == nullptr) return;
+    nlohmann::ordered_json json;
+    if (answer.admission) {
+      json["bound"] = json_from_value(answer.bound);
+      json["notes"] = answer.admission->notes();
+    } else {
+      json["problems"] = answer.admission.error();
+    }
+    *out = json.dump();
   }
 
  private:
@@ -74,9 +101,5 @@ constexpr std::array<RoadKind, 4> kinds = {{
 }  // namespace
 
 std::span<const RoadKind> road_kinds() { return kinds; }
-
-std::string line_of(const Case& c) {
-  return json_text(Mapping{{"tool", c.tool}, {"arguments", c.request}});
-}
 
 }  // namespace tool_binding::bench

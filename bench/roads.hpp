@@ -38,9 +38,6 @@ struct RoadKind {
 // The layer's own road first.
 [[nodiscard]] std::span<const RoadKind> road_kinds();
 
-// A request as a client sends it, without a line break.
-[[nodiscard]] std::string line_of(const Case& c);
-
 // simdjson On-Demand, then the dispatcher by hand; see limit.hpp.
 [[nodiscard]] std::unique_ptr<Road> limit_road(const std::string& line);
 

@@ -15,6 +15,11 @@ namespace {
 
 struct NoLiteral {};
 
+const std::regex word_form("[A-Za-z_][A-Za-z_0-9]*");
+const std::regex number_form("-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?");
+const std::regex escape_form(R"(\\(x[0-9a-fA-F]{2}|u[0-9a-fA-F]{4}|U[0-9a-fA-F]{8}))");
+const std::regex low_form(R"(\\u[dD][c-fC-F][0-9a-fA-F]{2})");
+
 // Reads a literal by recursion, with a copy of the rest of the text for each token.
 class PlainLiteral {
  public:
@@ -67,7 +72,7 @@ class PlainLiteral {
       if (!members.empty()) expect(",");
       if (!members.empty() && next() == '}') break;
       const bool is_quoted = next() == '"' || next() == '\'';
-      std::string key = is_quoted ? string() : match("[A-Za-z_][A-Za-z_0-9]*");
+      std::string key = is_quoted ? string() : match(word_form);
       if (key.empty() && !is_quoted) key = match(number_form);
       if (key.empty() && !is_quoted) throw NoLiteral();
       expect(":");
@@ -110,11 +115,11 @@ class PlainLiteral {
       rest_.erase(0, 2);
       return static_cast<char32_t>(meanings[found]);
     }
-    const std::string hex = match("\\\\(x[0-9a-fA-F]{2}|u[0-9a-fA-F]{4}|U[0-9a-fA-F]{8})");
+    const std::string hex = match(escape_form);
     if (hex.empty()) throw NoLiteral();
     auto unit = static_cast<char32_t>(std::stoul(hex.substr(2), nullptr, 16));
     if (hex[1] == 'u' && unit >= 0xD800 && unit < 0xDC00) {
-      const std::string low = match("\\\\u[dD][c-fC-F][0-9a-fA-F]{2}");
+      const std::string low = match(low_form);
       if (low.empty()) throw NoLiteral();
       unit = 0x10000 + (unit - 0xD800) * 0x400 +
              (static_cast<char32_t>(std::stoul(low.substr(2), nullptr, 16)) - 0xDC00);
@@ -142,15 +147,14 @@ class PlainLiteral {
     next();
     if (!took(token)) throw NoLiteral();
   }
-  std::string match(const std::string& form) {
+  std::string match(const std::regex& form) {
     std::smatch found;
-    if (!std::regex_search(rest_, found, std::regex("^(" + form + ")"))) return "";
-    const std::string matched = found[1];
+    if (!std::regex_search(rest_, found, form, std::regex_constants::match_continuous)) return "";
+    const std::string matched = found[0];
     rest_.erase(0, matched.size());
     return matched;
   }
 
-  static constexpr const char* number_form = "-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?";
   std::string rest_;
   std::size_t deepest_ = 0;
 };

@@ -81,6 +81,11 @@ const NormalizedArguments& Admission::value() const& {
   return *checked();
 }
 
+NormalizedArguments& Admission::value() & {
+  static_cast<void>(std::as_const(*this).value());
+  return *checked();
+}
+
 NormalizedArguments Admission::value() && {
   if (!has_value()) throw ArgumentError(std::move(*this).error());
   return std::move(*checked());

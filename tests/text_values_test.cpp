@@ -59,6 +59,7 @@ TEST(SplitCsv, ReadsLiteralsAndCommaSeparatedText) {
       {"{a, '[b', c]", "['{a', '[b', 'c]']"},
       {"x[y, {], z}], w", "['x[y, {], z}]', 'w']"},
       {"a]", "['a]']"},
+      {"\"{\", }x", "['{', '}x']"},
   };
   for (const auto& c : cases) EXPECT_EQ(display_form(split_csv(c.text)), c.shown) << c.text;
 }

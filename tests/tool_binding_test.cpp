@@ -168,6 +168,9 @@ TEST_F(ToolBinding, AdmitsWithoutAnException) {
     names.emplace_back(entry.name());
   }
   EXPECT_EQ(names, (std::vector<std::string>{"query", "limit"}));
+  Admission moved = try_normalize_arguments("search", request);
+  EXPECT_EQ(std::move(*moved).arguments(), admitted->arguments());
+  EXPECT_TRUE(moved->arguments().empty());
 
   const Admission refused = try_normalize_arguments("search", {{"limit", "many"}});
   ASSERT_FALSE(refused);

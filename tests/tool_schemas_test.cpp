@@ -217,5 +217,52 @@ TEST(ReadTools, TakesAnyValueAnywhere) {
   EXPECT_EQ(ToolTable(read_tools(published).tools), ToolTable(unchanged.tools));
 }
 
+// What clients are shown.
+
+TEST(WireSchema, SaysInSentencesWhatNoPlainKeywordCan) {
+  const auto log = std::make_shared<const CustomType>(
+      CustomType{.words = "a filter",
+                 .read = [](const Value& sent) { return std::optional(sent); },
+                 .schema = parse_json(R"({"type": "object", "$schema": "s", "x-a": 1,
+          "properties": {"x-kept": {"type": "string", "x-b": 2}}, "default": {"x-kept": 3},
+          "anyOf": [{"x-c": {"x-d": 4}, "items": {"x-e": 5, "const": {"x-kept": 6}}}]})")
+                               .as_mapping()});
+  const ToolSpec tool({.name = "branches",
+                       .description = "Branches.",
+                       .actions = {{"list", {"ls"}}, {"create"}, {"rename"}},
+                       .params = {{.name = "name",
+                                   .synonyms = {"n"},
+                                   .blank_is_value = true,
+                                   .required_for = {"create", "rename"},
+                                   .description = "The branch"},
+                                  {.name = "all",
+                                   .type = "boolean",
+                                   .default_ = true,
+                                   .action_defaults = {{"list", false}, {"create", Value()}},
+                                   .description = "Of all remotes."},
+                                  {.name = "limit", .type = "integer", .minimum = 1, .default_ = 9},
+                                  {.name = "x-filter", .custom = log}},
+                       .default_action = "list",
+                       .routing = false});
+  EXPECT_EQ(json_text(wire_schema(tool)),
+            R"({"type": "object", "properties": {)"
+            R"("action": {"type": "string", "enum": ["list", "create", "rename"], )"
+            R"("default": "list"}, )"
+            R"("name": {"type": "string", )"
+            R"("description": "The branch. Needed for create and rename."}, )"
+            R"("all": {"type": "boolean", "description": "Of all remotes. )"
+            R"(Default for list: false, for create: none, otherwise: true."}, )"
+            R"("limit": {"type": "integer", "minimum": 1, "default": 9}, )"
+            R"("x-filter": {"type": "object", "properties": {"x-kept": {"type": "string"}}, )"
+            R"("default": {"x-kept": 3}, "anyOf": [{"items": {"const": {"x-kept": 6}}}]}}})");
+  const Mapping strict = wire_schema(tool, {.additional_properties = true, .defaults = false});
+  EXPECT_EQ(strict.at("additionalProperties"), Value(false));
+  const Mapping& properties = strict.at("properties").as_mapping();
+  EXPECT_EQ(json_text(properties.at("limit")),
+            R"({"type": "integer", "minimum": 1, "description": "Default: 9."})");
+  EXPECT_EQ(json_text(wire_tools(ToolTable({ToolSpec({.name = "ping"})}))),
+            R"([{"name": "ping", "inputSchema": {"type": "object", "properties": {}}}])");
+}
+
 }  // namespace
 }  // namespace tool_binding

@@ -140,11 +140,14 @@ class TOOL_BINDING_EXPORT Admission {
 
   // Throws ArgumentError with the refusal when there is no value.
   [[nodiscard]] const NormalizedArguments& value() const&;
+  [[nodiscard]] NormalizedArguments& value() &;
   [[nodiscard]] NormalizedArguments value() &&;
   // Precondition, asserted in debug builds: has_value().
   [[nodiscard]] const NormalizedArguments& operator*() const& noexcept { return *checked(); }
+  [[nodiscard]] NormalizedArguments& operator*() & noexcept { return *checked(); }
   [[nodiscard]] NormalizedArguments operator*() && noexcept { return std::move(*checked()); }
   [[nodiscard]] const NormalizedArguments* operator->() const noexcept { return checked(); }
+  [[nodiscard]] NormalizedArguments* operator->() noexcept { return checked(); }
   // The refusal. Precondition, asserted in debug builds: !has_value().
   [[nodiscard]] const std::string& error() const& noexcept;
   [[nodiscard]] std::string error() && noexcept;

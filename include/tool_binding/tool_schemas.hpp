@@ -11,9 +11,12 @@
 // What a property may hold, and the parameter that it becomes; a keyword that is null is left out:
 //
 //   type                      integer, number, boolean, string or array, also [T, "null"]; may be
-//                             left out beside an enum
-//   anyOf, oneOf              of T and null: read as T, what stands beside the union counting first
-//   enum, items.enum          texts; in an array each item must be one of them
+//                             left out beside an enum; object: object_type()
+//   anyOf, oneOf              of T and null: read as T, keywords beside the union counting first
+//   another union, $ref,      any_type()
+//     allOf, no type
+//   enum, items.enum          texts; in an array each item must be one of them; an enum with
+//                             entries that are not text: one_of(...)
 //   items.type                "string" turns items into text, any other leaves them as they are
 //   minimum, maximum          finite numbers
 //   default, description
@@ -25,14 +28,18 @@
 //                             is not published as a default; otherwise the same as default
 //
 // The property "action" lists the tool's actions: enum, default, x-synonyms {action: [names]}.
-// "required" is read as it is.
+// "required" is read as it is. "x-routing" false in the schema itself, and a property named repo or
+// repo_root, make the tool's routing false. The schema of a property that becomes a custom kind is
+// kept whole and published again as it was.
 //
-// Errors: what a parameter cannot express (an object, another union, $ref, allOf, no type), a value
-// of the wrong kind, two tools or two actions of one name, a name that is blank, undeclared or kept
-// for requests (repo, repo_root), a default action that is none. Warnings: a keyword that is not
-// enforced or not read, and what is doubtful: a default that admission would not let through,
-// bounds the wrong way round or without effect, enum entries that requests cannot tell apart or
-// cannot give, a name that is listed twice, a synonym that another name takes.
+// Errors: a value of the wrong kind, an enumeration of which no entry can be admitted, an action
+// without an enum of texts, two tools or two actions of one name, a name that is blank or
+// undeclared, a default action that is none. Warnings: a keyword that is not enforced or not read, a
+// custom kind, whose content is passed on unchecked, a tool without routing, and what is doubtful: a
+// default that admission would not let through, bounds the wrong way round or without effect, enum
+// entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
+// that another name takes, a required parameter that may be null, items of a number type, an action
+// that is needed although it is not required.
 
 #include <string>
 #include <string_view>
@@ -75,8 +82,8 @@ struct ToolsReading : ToolProblems {
 };
 
 // Reads an array of tools, or an object with such an array under "tools". Never throws for what it
-// reads: a value that is neither is one error. All errors of all tools are told. Cost: linear in
-// what is read and told, whatever its nesting.
+// reads: a value that is neither is one error. All errors of all tools are reported. Cost: linear
+// in what is read and reported, whatever its nesting.
 [[nodiscard]] TOOL_BINDING_EXPORT ToolsReading read_tools(const Value& published);
 
 // What is wrong or doubtful about a tool that is declared in C++: what read_tools would report, and
@@ -92,13 +99,41 @@ struct ToolsReading : ToolProblems {
 [[nodiscard]] TOOL_BINDING_EXPORT ToolProblems check_tool(const ToolDefinition& tool);
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
-// published reads back as equal tools without an error, save for what no schema can say: what is an
-// error above, the items' type of what is no array, an action that stands twice in action_defaults,
-// and a default action without actions.
+// published reads back as equal tools without an error, except for what no schema can say: what is an
+// error above, the items' type of what is no array, an action that is twice in action_defaults, and a
+// default action without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
 // One tool's input schema.
 [[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);
+
+struct WireOptions {
+  // Whether schemas say "additionalProperties": false, for clients that check what they send.
+  // Admission refuses unknown names either way.
+  bool additional_properties = false;
+  // Whether defaults are keywords; otherwise they are sentences of the descriptions. A default that
+  // differs by action is always a sentence.
+  bool defaults = true;
+};
+
+// The input schema that clients are shown: plain JSON Schema without any `x-` keyword or $schema,
+// which some clients refuse, with "properties" even when there are none. What no keyword says
+// becomes a sentence of the description; synonyms are left out, since a client should send the
+// declared name.
+//
+//   ToolSpec branches({.name = "branches", .actions = {"list", "create"},
+//                      .params = {{.name = "name", .required_for = {"create"},
+//                                  .description = "The new branch"}}});
+//   wire_schema(branches).at("properties").get_mapping().at("name") ==
+//       Mapping{{"type", "string"}, {"description", "The new branch. Needed for create."}}
+//
+// Some clients check, rename or drop arguments by the schema before they send them: what admission
+// would forgive may never arrive.
+[[nodiscard]] TOOL_BINDING_EXPORT Mapping wire_schema(const ToolSpec& tool,
+                                                      const WireOptions& options = {});
+// For each tool {"name", "description", "inputSchema"}, as a tools/list answer carries it.
+[[nodiscard]] TOOL_BINDING_EXPORT List wire_tools(const ToolTable& tools,
+                                                  const WireOptions& options = {});
 
 }  // namespace tool_binding
 

@@ -24,8 +24,20 @@ class Output {
   }
   void put(std::string_view piece) {
     if (piece.size() > buffer_.size() - used_) return put_large(piece);
-    std::memcpy(buffer_.data() + used_, piece.data(), piece.size());
-    used_ += piece.size();
+    append(piece);
+  }
+  // With quotation marks around it.
+  void put_quoted(std::string_view piece) {
+    if (piece.size() + 2 > buffer_.size() - used_) {
+      flush();
+      out_ += '"';
+      out_ += piece;
+      out_ += '"';
+      return;
+    }
+    buffer_[used_++] = '"';
+    append(piece);
+    buffer_[used_++] = '"';
   }
   void flush() {
     out_.append(buffer_.data(), used_);
@@ -38,6 +50,10 @@ class Output {
   }
 
  private:
+  void append(std::string_view piece) {
+    std::memcpy(buffer_.data() + used_, piece.data(), piece.size());
+    used_ += piece.size();
+  }
   void put_large(std::string_view piece) {
     flush();
     out_ += piece;
@@ -99,9 +115,10 @@ class Writer {
   }
 
   void put_string(std::string_view text) {
-    const char* next = text.data();
-    const char* const end = next + text.size();
-    const char* run = next;
+    const char* run = text.data();
+    const char* const end = run + text.size();
+    const char* next = end_of_plain(run, end, '"');
+    if (next == end) return out_.put_quoted(text);
     out_.put('"');
     while ((next = end_of_plain(next, end, '"')) != end) {
       const CodePoint head = first_code_point({next, end});

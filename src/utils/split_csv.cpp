@@ -131,14 +131,17 @@ class CsvReader {
     }
   }
 
+  // A closing bracket that is met here has no partner, or one that is set aside in quotes.
   void skip_bracket() {
-    const std::size_t partner = brackets_.partner_of(next_);
-    if (text_[next_] == ']') {
-      has_lone_closer_ = true;
-    } else if (partner != none) {
+    const char bracket = text_[next_];
+    const bool opens = bracket == '[' || bracket == '{';
+    const std::size_t partner = opens ? brackets_.partner_of(next_) : none;
+    if (partner != none) {
       has_lone_closer_ = brackets_.has_lone_closer_before(partner) || has_lone_closer_;
       next_ = partner;
-    } else if (text_[next_] == '[') {
+    } else if (bracket == ']') {
+      has_lone_closer_ = true;
+    } else if (bracket == '[') {
       doubt_ = "a '[' has no ']'";
     }
     ++next_;

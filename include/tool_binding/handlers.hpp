@@ -1,0 +1,486 @@
+#ifndef TOOL_BINDING_HANDLERS_HPP_
+#define TOOL_BINDING_HANDLERS_HPP_
+
+// A C++ function is a tool: typed handlers.
+//
+// A struct whose members are the parameters; nothing is written twice:
+//
+//   enum class Mode { literal, regex };
+//   struct Search { std::string query; Mode mode; std::int32_t limit; };
+//
+//   Tool search = tool("search", "Finds text in files.",
+//                      {param<&Search::query>({.synonyms = {"q"}}),
+//                       param<&Search::mode>({.default_ = "literal"}),
+//                       param<&Search::limit>({.minimum = 1, .maximum = 200, .default_ = 20})},
+//                      [](const Search& request, Repository& repository) -> std::string { ... });
+//
+// Or names beside a callable, for a registry that exists already:
+//
+//   Handler read = bind_handler(TOOLS.at("read"), context,
+//       [](Repository& repository, std::string_view path, std::optional<std::int32_t> lines) {...},
+//       {"repository", "path", "lines"});
+//
+// A ToolService (tool_service.hpp) serves such tools: a name and arguments in, an answer out.
+//
+// Parameters of a request are of these types: bool; any integer type but the character types;
+// double, float; std::string, std::string_view, std::filesystem::path; an enum class (see
+// enum_names); std::vector of these; std::optional of all these; Value, List, Mapping; and a type
+// of yours (see ParameterReader). A handler takes them by value, by const reference or by rvalue
+// reference. Views are valid until the handler returns.
+//
+// Of the context a handler takes T&, const T&, std::shared_ptr<T> or T*, which is null where the
+// context has no such entry. No client can supply it, and no schema shows it. `Call&` and
+// `std::stop_token` come without a name.
+//
+// A handler returns text, a number or bool, Value, Mapping or List (structured content), Answer, or
+// nothing. It is called from any thread, from several at the same time, and so must not be mutable.
+//
+// Mistakes: the number of names and the types are checked by the compiler. All others are found
+// when the handler is bound, and one HandlerError lists every one. A request can then be refused
+// for two more reasons, in the words of the layer: an integer that the C++ type cannot hold, and an
+// item of a list that is of another kind. (Items are read as arguments are: "5" is 5.) The limits
+// of C++ types are not published as bounds, since a number brought to them would hide the mistake.
+
+#include <concepts>
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+#include "tool_binding/export.hpp"
+#include "tool_binding/handlers/answer.hpp"
+#include "tool_binding/handlers/cpp_type.hpp"
+#include "tool_binding/handlers/function.hpp"
+#include "tool_binding/tool_binding.hpp"
+#include "tool_binding/tool_registry.hpp"
+#include "tool_binding/value.hpp"
+
+namespace tool_binding {
+
+// Function, declaration and context do not fit together: a fault of the program, found before the
+// first request. Each problem is one line: "TOOL, 'PARAMETER': what is wrong; what to write".
+class TOOL_BINDING_EXPORT HandlerError : public std::logic_error {
+ public:
+  // what() is all problems, one a line.
+  explicit HandlerError(std::vector<std::string> problems);
+  ~HandlerError() override;
+
+  // Valid as long as this error or a copy of it.
+  [[nodiscard]] const std::vector<std::string>& problems() const noexcept { return *problems_; }
+
+ private:
+  std::shared_ptr<const std::vector<std::string>> problems_;
+};
+
+// What the program itself gives to its handlers, by name: objects of any type.
+//
+//   Context context;
+//   context.provide("repository", std::make_shared<Repository>("/srv/code"));
+//
+// A handler that takes Repository& gets the entry whose name it gives, else the only one of that
+// type. The type is the one that is provided, not a base of it. Handlers share ownership of what
+// they take; what changes must lock by itself. Copies share the objects.
+class TOOL_BINDING_EXPORT Context {
+ public:
+  // A `const T` is taken as const T&, const T* or std::shared_ptr<const T> alone. Throws
+  // std::invalid_argument for a null pointer (leave out what is absent) and for a repeated name.
+  template <class T>
+  Context& provide(std::string name, std::shared_ptr<T> object) & {
+    add({std::move(name), typeid(std::remove_const_t<T>),
+         detail::type_name<std::remove_const_t<T>>(), std::is_const_v<T>,
+         std::const_pointer_cast<std::remove_const_t<T>>(std::move(object))});
+    return *this;
+  }
+  template <class T>
+  [[nodiscard]] Context&& provide(std::string name, std::shared_ptr<T> object) && {
+    provide(std::move(name), std::move(object));
+    return std::move(*this);
+  }
+
+  struct Entry {
+    std::string name;
+    const std::type_info& type;
+    std::string_view type_name;
+    bool is_const;
+    std::shared_ptr<void> object;
+  };
+  [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
+
+ private:
+  void add(Entry entry);
+
+  std::vector<Entry> entries_;
+};
+
+// Declared parameters that a handler leaves alone.
+class Ignored {
+ public:
+  Ignored() = default;
+  explicit Ignored(std::vector<std::string> names) noexcept : names_(std::move(names)) {}
+  [[nodiscard]] const std::vector<std::string>& names() const noexcept { return names_; }
+
+ private:
+  std::vector<std::string> names_;
+};
+
+// ignored("verbose", "color"): says of declared parameters, or of the action, that the handler does
+// not take them on purpose.
+template <std::convertible_to<std::string>... Names>
+[[nodiscard]] Ignored ignored(Names&&... names) {
+  return Ignored({std::string(std::forward<Names>(names))...});
+}
+
+namespace detail {
+
+template <class Argument>
+constexpr void check_parameter() {
+  static_assert(
+      Taking<Argument>::is_supported,
+      "tool_binding: a handler cannot take a parameter of this type. From a request it takes bool, "
+      "an integer, double, float, std::string, std::string_view, std::filesystem::path, an enum "
+      "class, std::vector and std::optional of these, Value, List, Mapping or a type with a "
+      "ParameterReader, by value or const reference; from the context T&, const T&, T* or "
+      "std::shared_ptr<T>; and Call& and std::stop_token");
+}
+
+template <class F>
+concept HandlerFunction = HasSignature<F> && signature_of<F>::is_const &&
+    ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>;
+
+// Errors that the compiler finds in any handler.
+template <class F>
+constexpr void check_signature() {
+  static_assert(HasSignature<F>,
+                "tool_binding: a handler needs exactly one signature. Write out the types of a "
+                "generic lambda's parameters (no auto), and wrap a member function or an "
+                "overloaded one in a lambda");
+  if constexpr (HasSignature<F>) {
+    static_assert(signature_of<F>::is_const,
+                  "tool_binding: a handler is called from several threads and cannot be a mutable "
+                  "lambda: keep what changes in a context entry that locks");
+    static_assert(ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>,
+                  "tool_binding: a handler returns text, a number or bool, Value, Mapping, List, "
+                  "Answer or nothing");
+  }
+}
+
+template <std::size_t Given, std::size_t Needed>
+constexpr void check_names() {
+  static_assert(Given >= Needed,
+                "tool_binding: too few names: give one for each parameter of the handler, in their "
+                "order, but none for Call& and std::stop_token");
+  static_assert(Given <= Needed,
+                "tool_binding: too many names: give one for each parameter of the handler, in "
+                "their order, but none for Call& and std::stop_token; a declared parameter that "
+                "the handler does not take goes into ignored(...)");
+}
+
+// The parameters, with `names` for those that have one.
+[[nodiscard]] TOOL_BINDING_EXPORT std::vector<NamedParameter> named_parameters(
+    std::span<const TakenParameter> parameters, std::span<const std::string_view> names);
+
+template <std::size_t Given, class F, class... Arguments>
+Callable named_callable(F&& function, std::span<const std::string_view> names,
+                        const Ignored& ignored, Parameters<Arguments...>) {
+  (check_parameter<Arguments>(), ...);
+  if constexpr ((Taking<Arguments>::is_supported && ...)) {
+    constexpr std::array<TakenParameter, sizeof...(Arguments)> taken = {
+        Taking<Arguments>::taken...};
+    constexpr std::size_t needed =
+        (std::size_t{is_named(Taking<Arguments>::taken.role)} + ... + std::size_t{0});
+    check_names<Given, needed>();
+    return {std::make_shared<NamedFunction<std::decay_t<F>, Arguments...>>(std::move(function)),
+            named_parameters(taken, names), ignored.names()};
+  } else {
+    return {};
+  }
+}
+
+template <std::size_t Given, class F>
+Callable named_callable(F&& function, std::span<const std::string_view> names,
+                        const Ignored& ignored) {
+  check_signature<F>();
+  if constexpr (HandlerFunction<F>) {
+    return named_callable<Given>(std::move(function), names, ignored,
+                                 typename signature_of<F>::ParameterTypes{});
+  } else {
+    return {};
+  }
+}
+
+[[nodiscard]] TOOL_BINDING_EXPORT Handler make_handler(const ToolSpec& spec, const Context& context,
+                                                       Callable callable);
+
+}  // namespace detail
+
+// The first spelling. `names` are those of the callable's parameters, in their order, Call& and
+// std::stop_token left out: of a declared parameter (not a synonym), "action", or of a context
+// entry, which is taken by its type where the context has no entry of that name.
+//
+// A default that differs by action reaches the function as the one of the action that runs. Called
+// with arguments that are not as bind_arguments gives them, the handler binds them first; values
+// that the function cannot take throw ArgumentError. Handler::call gives the result as a Value: of
+// an Answer that is answer_mapping().
+//
+// Throws HandlerError with every mismatch. Cost of a call: no look-up by name.
+template <class F, std::size_t Count>
+[[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
+                                   const std::string_view (&names)[Count],
+                                   const Ignored& ignored = {}) {
+  return detail::make_handler(spec, context,
+                              detail::named_callable<Count>(std::move(function), names, ignored));
+}
+// For a callable without named parameters.
+template <class F>
+[[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
+                                   const Ignored& ignored = {}) {
+  return detail::make_handler(spec, context,
+                              detail::named_callable<0>(std::move(function), {}, ignored));
+}
+
+// What is declared of a struct's member beside its C++ type: a ParamSpec without what the type says
+// (its type word, its items' type, the enumeration of an enum class, whether it is required: it is
+// when it has no default, is not needed by some actions alone, and is not std::optional).
+struct ParamOptions {
+  std::vector<std::string> synonyms = {};
+  // Allowed texts, where the C++ type is text or a vector of texts.
+  std::vector<std::string> enum_ = {};
+  Value minimum = {};
+  Value maximum = {};
+  bool blank_is_value = false;
+  std::vector<std::string> required_for = {};
+  Value default_ = {};
+  std::vector<std::pair<std::string, Value>> action_defaults = {};
+  std::string description = {};
+
+  friend bool operator==(const ParamOptions&, const ParamOptions&) = default;
+};
+
+// A parameter that is a member of Class; what param() gives.
+template <class Class, class T>
+struct MemberParam {
+  std::string name;
+  T Class::*member;
+  ParamOptions options;
+};
+
+// The parameter has the member's name: param<&Search::query>({.synonyms = {"q"}}).
+template <auto Member>
+[[nodiscard]] auto param(ParamOptions options = {}) {
+  static_assert(std::is_member_object_pointer_v<decltype(Member)>,
+                "tool_binding: param<&Struct::member> takes a pointer to a data member");
+  return [&]<class Class, class T>(T Class::*member) {
+    return MemberParam<Class, T>{std::string(detail::member_name<Member>()), member,
+                                 std::move(options)};
+  }(Member);
+}
+// The parameter has another name, or the compiler is neither g++ nor clang.
+template <class Class, class T>
+[[nodiscard]] MemberParam<Class, T> param(std::string name, T Class::*member,
+                                          ParamOptions options = {}) {
+  return {std::move(name), member, std::move(options)};
+}
+
+// A MemberParam of Struct or of a base of it, whatever the member's type. Made implicitly.
+template <class Struct>
+class Param {
+ public:
+  template <class Class, class T>
+  Param(MemberParam<Class, T> param)
+      : name_(std::move(param.name)), options_(std::move(param.options)) {
+    constexpr bool is_member = std::is_base_of_v<Class, Struct>;
+    static_assert(is_member || std::same_as<Struct, detail::NoFunction>,
+                  "tool_binding: param<&T::member> is no member of the struct that the handler "
+                  "takes as its first parameter (as const T& or T)");
+    static_assert(detail::ParameterType<T>,
+                  "tool_binding: a member of this type cannot be a parameter: it can be bool, an "
+                  "integer, double, float, std::string, std::string_view, std::filesystem::path, "
+                  "an enum class, std::vector and std::optional of these, Value, List, Mapping or "
+                  "a type with a ParameterReader");
+    if constexpr (is_member && detail::ParameterType<T>) {
+      type_ = &detail::cpp_type<T>;
+      member_ = detail::member_of<Struct, T>(param.member);
+    }
+  }
+
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }
+  [[nodiscard]] const ParamOptions& options() const noexcept { return options_; }
+  [[nodiscard]] const detail::CppType* type() const noexcept { return type_; }
+  [[nodiscard]] const detail::Member<Struct>& member() const noexcept { return member_; }
+
+ private:
+  std::string name_;
+  ParamOptions options_;
+  const detail::CppType* type_ = nullptr;
+  detail::Member<Struct> member_ = {};
+};
+
+// Hints for clients about what a tool does; nothing: not said. A client need not believe them.
+struct ToolAnnotations {
+  std::optional<bool> read_only = {};
+  std::optional<bool> destructive = {};
+  std::optional<bool> idempotent = {};
+  std::optional<bool> open_world = {};
+
+  friend bool operator==(const ToolAnnotations&, const ToolAnnotations&) = default;
+};
+
+struct ToolIcon {
+  std::string src;  // a URI: https: or data:
+  std::string mime_type = {};
+  std::vector<std::string> sizes = {};  // "48x48", "any"
+  std::string theme = {};               // "light" or "dark"
+
+  friend bool operator==(const ToolIcon&, const ToolIcon&) = default;
+};
+
+// What clients are shown of a tool beside its specification.
+struct ToolInfo {
+  std::string title = {};  // for people; empty: the name
+  ToolAnnotations annotations = {};
+  Mapping output_schema = {};  // of the structured content; empty: not said
+  std::vector<ToolIcon> icons = {};
+  // What a client must be able to do, as it declares it: {{"sampling", Mapping{}}}.
+  Mapping required_capabilities = {};
+
+  friend bool operator==(const ToolInfo&, const ToolInfo&) = default;
+};
+
+namespace detail {
+struct ToolRecord;
+}
+
+// A tool and the function that answers it: what a ToolService serves. Immutable; copies share one
+// record. Made by tool().
+class TOOL_BINDING_EXPORT Tool {
+ public:
+  // Copies the record, with this information: tool(...).with({.title = "Find text"}).
+  [[nodiscard]] Tool with(ToolInfo info) const;
+
+  [[nodiscard]] const ToolSpec& spec() const noexcept;
+  [[nodiscard]] const ToolInfo& info() const noexcept;
+
+  // For the library.
+  explicit Tool(std::shared_ptr<const detail::ToolRecord> record) noexcept
+      : record_(std::move(record)) {}
+  Tool(const Tool&) = default;
+  Tool& operator=(const Tool&) = default;
+  ~Tool() = default;
+  [[nodiscard]] const detail::ToolRecord& record() const noexcept { return *record_; }
+
+ private:
+  std::shared_ptr<const detail::ToolRecord> record_;
+};
+
+namespace detail {
+
+// A member as it is declared, without the struct's type.
+struct MemberDeclaration {
+  std::string name;
+  ParamOptions options;
+  const CppType* type;
+};
+
+[[nodiscard]] TOOL_BINDING_EXPORT Tool make_tool(ToolSpec spec, Callable callable);
+// Adds the members to the definition's parameters and to the callable's, before the others.
+// `takes_struct`: the callable takes a struct, so that a tool without members is a mistake.
+[[nodiscard]] TOOL_BINDING_EXPORT Tool make_tool(ToolDefinition definition,
+                                                 std::vector<MemberDeclaration> members,
+                                                 bool takes_struct, Callable callable);
+
+template <class F, class Struct, class... Arguments>
+Callable struct_callable(F&& function, std::vector<Member<Struct>> members, const Ignored& ignored,
+                         Parameters<Arguments...>) {
+  (check_parameter<Arguments>(), ...);
+  if constexpr ((Taking<Arguments>::is_supported && ...)) {
+    static_assert(((Taking<Arguments>::taken.role != Role::parameter) && ...),
+                  "tool_binding: a tool of this spelling takes a request's parameters as members "
+                  "of the struct that comes first. After it a handler takes context entries (T&, "
+                  "const T&, T*, std::shared_ptr<T>), Call& and std::stop_token");
+    constexpr std::array<TakenParameter, sizeof...(Arguments)> taken = {
+        Taking<Arguments>::taken...};
+    return {std::make_shared<StructFunction<std::decay_t<F>, Struct, Arguments...>>(
+                std::move(function), std::move(members)),
+            named_parameters(taken, {}), ignored.names()};
+  } else {
+    return {};
+  }
+}
+
+}  // namespace detail
+
+// The second spelling: the handler's first parameter is a struct, taken as const T& or T, of which
+// `params` are the members that a request gives; the others keep what T{} gives them. Context
+// entries come after it and are taken by their type. A tool without parameters needs no struct.
+//
+//   tool("ping", "Answers.", {}, [] { return "pong"; })
+//
+// With actions, or without routing, the definition comes first:
+//
+//   tool({.name = "branches", .actions = {{"list"}, {"create", {"new"}}}, .default_action =
+//   "list"},
+//        {param<&Branches::action>(), param<&Branches::name>({.required_for = {"create"}})},
+//        [](const Branches& request) { ... })
+//
+// A member for the action is declared by its name alone: a text, or an enum class with the actions'
+// names. Parameters in the definition are declared too; say ignored(...) of them.
+//
+// Mistakes are kept for the HandlerError of the service that the tool is given to.
+template <class F>
+[[nodiscard]] Tool tool(ToolDefinition definition,
+                        std::initializer_list<Param<detail::request_of<F>>> params, F function,
+                        const Ignored& ignored = {}) {
+  using Struct = detail::request_of<F>;
+  detail::check_signature<F>();
+  std::vector<detail::MemberDeclaration> declarations;
+  std::vector<detail::Member<Struct>> members;
+  for (const Param<Struct>& param : params) {
+    declarations.push_back({param.name(), param.options(), param.type()});
+    members.push_back(param.member());
+  }
+  if constexpr (detail::HandlerFunction<F>) {
+    static_assert(std::default_initializable<Struct>,
+                  "tool_binding: the struct that a handler takes first must be "
+                  "default-constructible. A context entry that comes first is taken as T&, T* or "
+                  "std::shared_ptr<T>");
+    using Rest = typename detail::Split<typename detail::signature_of<F>::ParameterTypes>::Rest;
+    return detail::make_tool(
+        std::move(definition), std::move(declarations), !std::same_as<Struct, detail::NoRequest>,
+        detail::struct_callable<F>(std::move(function), std::move(members), ignored, Rest{}));
+  } else {
+    return detail::make_tool(std::move(definition), std::move(declarations), false, {});
+  }
+}
+template <class F>
+[[nodiscard]] Tool tool(std::string name, std::string description,
+                        std::initializer_list<Param<detail::request_of<F>>> params, F function,
+                        const Ignored& ignored = {}) {
+  return tool(ToolDefinition{.name = std::move(name), .description = std::move(description)},
+              params, std::move(function), ignored);
+}
+
+// The first spelling, for a service: see bind_handler.
+template <class F, std::size_t Count>
+[[nodiscard]] Tool tool(ToolSpec spec, F function, const std::string_view (&names)[Count],
+                        const Ignored& ignored = {}) {
+  return detail::make_tool(std::move(spec),
+                           detail::named_callable<Count>(std::move(function), names, ignored));
+}
+
+// A handler that is written by hand: it is called with what bind_arguments gives.
+[[nodiscard]] TOOL_BINDING_EXPORT Tool tool(ToolSpec spec, Handler handler);
+
+// The tool's handler, for a dispatcher of your own. Throws HandlerError with every mismatch.
+[[nodiscard]] TOOL_BINDING_EXPORT Handler bind_handler(const Tool& tool, const Context& context);
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_HANDLERS_HPP_

@@ -1,0 +1,406 @@
+#ifndef TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_
+#define TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_
+
+// The C++ types that a parameter of a request can have: what registration is to know of each, and
+// how a bound value becomes one. Private to handlers.hpp, but for what its comment names.
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "tool_binding/export.hpp"
+#include "tool_binding/handlers/names.hpp"
+#include "tool_binding/tool_registry.hpp"
+#include "tool_binding/value.hpp"
+
+namespace tool_binding {
+
+// Makes a type of yours a type of parameters, in both spellings. Specialise it with three static
+// members:
+//
+//   template <>
+//   struct tool_binding::ParameterReader<Date> {
+//     // What a refusal says: "Parameter 'since' of log must be a date, such as 2024-05-31, not
+//     'x'". static constexpr std::string_view words = "a date, such as 2024-05-31";
+//     // The date that a value denotes, or nothing: the value is then refused.
+//     static std::optional<Date> read(const Value& value);
+//     // What is published for such a parameter.
+//     static Mapping schema() { return {{"type", "string"}, {"format", "date"}}; }
+//   };
+//
+// `read` is called when the request is admitted, and again when the handler is called: it should
+// depend on the value alone. Any number of threads may call it. What it throws is no refusal: it
+// is a fault of the program.
+template <class T>
+struct ParameterReader;
+
+// The name of one enumerator, as requests give it.
+template <class E>
+using EnumName = std::pair<E, std::string_view>;
+
+// The names by which requests give the enumerators of E. Without a specialisation they are those of
+// the program text, for an `enum class` whose values are all from 0 to 63: an enumerator outside is
+// not found. Specialise it for other values and other words:
+//
+//   template <>
+//   inline constexpr auto tool_binding::enum_names<Mode> =
+//       std::to_array<EnumName<Mode>>({{Mode::literal, "literal"},
+//                                      {Mode::ignore_case, "ignore-case"}});
+template <class E>
+inline constexpr std::nullptr_t enum_names = nullptr;
+
+namespace detail {
+
+// What a value becomes; of a vector, what each item becomes.
+enum class CppKind : std::uint8_t {
+  boolean,
+  integer,
+  number,
+  text,
+  enumeration,
+  value,
+  list,
+  mapping,
+  custom,
+  unsupported,
+};
+
+// One C++ type of parameters, for the part of registration and refusal that no template needs.
+struct CppType {
+  CppKind kind = CppKind::unsupported;
+  bool is_optional = false;
+  bool is_vector = false;
+  std::string_view name = {};  // without std::optional and std::vector
+  std::int64_t lowest = 0;     // integers
+  std::uint64_t highest = 0;
+  double largest = 0;  // numbers: the largest finite one
+  const std::vector<Enumerator>& (*enumerators)() = nullptr;
+  const std::shared_ptr<const CustomType>& (*custom)() = nullptr;
+  // Whether a value, or an item, can become one. None is left out of account.
+  bool (*accepts)(const Value&) = nullptr;
+  bool (*accepts_item)(const Value&) = nullptr;
+};
+
+template <class T>
+concept HasReader = requires {
+  ParameterReader<T>::words;
+};
+
+template <class T>
+concept CharacterType = std::same_as<T, char> || std::same_as<T, wchar_t> ||
+    std::same_as<T, char8_t> || std::same_as<T, char16_t> || std::same_as<T, char32_t>;
+
+template <class T>
+concept IntegerType = std::integral<T> && !std::same_as<T, bool> && !CharacterType<T>;
+
+// std::filesystem::path, without its header, which costs half as much as all others together.
+template <class T>
+concept PathType = requires {
+  typename T::string_type;
+  T::preferred_separator;
+};
+
+template <class E>
+concept ScopedEnum = std::is_enum_v<E> && !std::is_convertible_v<E, std::underlying_type_t<E>>;
+
+template <class T>
+struct Unwrapped {
+  using Type = T;
+  static constexpr bool is_optional = false;
+  static constexpr bool is_vector = false;
+};
+template <class T, class Allocator>
+struct Unwrapped<std::vector<T, Allocator>> {
+  using Type = T;
+  static constexpr bool is_optional = false;
+  static constexpr bool is_vector = true;
+};
+// A list is no vector of values: it is taken over as it is.
+template <>
+struct Unwrapped<List> {
+  using Type = List;
+  static constexpr bool is_optional = false;
+  static constexpr bool is_vector = false;
+};
+template <class T>
+struct Unwrapped<std::optional<T>> : Unwrapped<T> {
+  static constexpr bool is_optional = true;
+};
+
+// Of a type that is neither optional nor a vector.
+template <class T>
+constexpr CppKind kind_of() noexcept {
+  if (HasReader<T>) return CppKind::custom;
+  if (std::same_as<T, bool>) return CppKind::boolean;
+  if (IntegerType<T>) return CppKind::integer;
+  if (std::same_as<T, double> || std::same_as<T, float>) return CppKind::number;
+  if (std::same_as<T, std::string> || std::same_as<T, std::string_view> || PathType<T>) {
+    return CppKind::text;
+  }
+  if (ScopedEnum<T>) return CppKind::enumeration;
+  if (std::same_as<T, Value>) return CppKind::value;
+  if (std::same_as<T, List>) return CppKind::list;
+  if (std::same_as<T, Mapping>) return CppKind::mapping;
+  return CppKind::unsupported;
+}
+
+// What can stand in a vector is anything but a list, and what can stand in an optional anything but
+// another.
+template <class T>
+inline constexpr CppKind parameter_kind = kind_of<typename Unwrapped<T>::Type>();
+template <class T>
+requires Unwrapped<T>::is_vector inline constexpr CppKind parameter_kind<T> =
+    std::same_as<typename Unwrapped<T>::Type, List> ? CppKind::unsupported
+                                                    : kind_of<typename Unwrapped<T>::Type>();
+
+template <class T>
+concept ParameterType = parameter_kind<std::remove_cv_t<T>>
+!= CppKind::unsupported;
+
+template <IntegerType T>
+constexpr std::string_view integer_name() noexcept {
+  constexpr std::array<std::string_view, 8> names = {
+      "std::uint8_t", "std::uint16_t", "std::uint32_t", "std::uint64_t",
+      "std::int8_t",  "std::int16_t",  "std::int32_t",  "std::int64_t"};
+  constexpr std::size_t width = sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3;
+  return names[width + (std::is_signed_v<T> ? 4 : 0)];
+}
+
+template <class T>
+constexpr std::string_view name_of() noexcept {
+  if constexpr (std::same_as<T, bool>)
+    return "bool";
+  else if constexpr (IntegerType<T>)
+    return integer_name<T>();
+  else if constexpr (std::same_as<T, double>)
+    return "double";
+  else if constexpr (std::same_as<T, float>)
+    return "float";
+  else if constexpr (std::same_as<T, std::string>)
+    return "std::string";
+  else if constexpr (std::same_as<T, std::string_view>)
+    return "std::string_view";
+  else if constexpr (PathType<T>)
+    return "std::filesystem::path";
+  else if constexpr (std::same_as<T, Value>)
+    return "Value";
+  else if constexpr (std::same_as<T, List>)
+    return "List";
+  else if constexpr (std::same_as<T, Mapping>)
+    return "Mapping";
+  else
+    return type_name<T>();
+}
+
+// Enumerations.
+
+template <class E>
+inline constexpr bool has_enum_names =
+    !std::same_as<std::remove_const_t<decltype(enum_names<E>)>, std::nullptr_t>;
+
+template <class E>
+const std::vector<Enumerator>& enumerators() {
+  static const std::vector<Enumerator>& all = *[] {
+    if constexpr (has_enum_names<E>) {
+      auto* names = new std::vector<Enumerator>;
+      for (const auto& [_, name] : enum_names<E>) names->push_back({name, names->size()});
+      return names;
+    } else {
+      constexpr auto values = std::make_index_sequence<enumerator_values<E>()>{};
+      return new std::vector<Enumerator>(enumerators_in(enumerator_list<E>(values)));
+    }
+  }();
+  return all;
+}
+
+// Null for a value that is no enumerator's name.
+[[nodiscard]] TOOL_BINDING_EXPORT const Enumerator* find_enumerator(
+    const std::vector<Enumerator>& all, const Value& value) noexcept;
+
+template <class E>
+std::optional<E> read_enumerator(const Value& value) {
+  const Enumerator* found = find_enumerator(enumerators<E>(), value);
+  if (found == nullptr) return std::nullopt;
+  if constexpr (has_enum_names<E>) {
+    return enum_names<E>[found->value].first;
+  } else {
+    return static_cast<E>(found->value);
+  }
+}
+
+// A type's own reader.
+
+[[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> make_custom_type(
+    std::string_view words, bool (*reads)(const Value&), Mapping schema);
+
+template <class T>
+const std::shared_ptr<const CustomType>& custom_type_of() {
+  static_assert(std::same_as<decltype(ParameterReader<T>::read(std::declval<const Value&>())),
+                             std::optional<T>>,
+                "ParameterReader<T>::read must be `static std::optional<T> read(const Value&)`");
+  static_assert(std::convertible_to<decltype(ParameterReader<T>::schema()), Mapping>,
+                "ParameterReader<T>::schema must be `static Mapping schema()`");
+  static const auto& type = *new std::shared_ptr<const CustomType>(make_custom_type(
+      ParameterReader<T>::words,
+      [](const Value& value) { return ParameterReader<T>::read(value).has_value(); },
+      ParameterReader<T>::schema()));
+  return type;
+}
+
+// Reading a bound value: what it holds as a T, or nothing where a T cannot hold it. What is large
+// is moved out of the value. Views are valid as long as the value is.
+
+[[nodiscard]] TOOL_BINDING_EXPORT std::optional<std::uint64_t> read_uint64(
+    const Value& value) noexcept;
+// Of an integer the nearest double.
+[[nodiscard]] TOOL_BINDING_EXPORT std::optional<double> read_double(const Value& value);
+// Reads an item as admission reads an argument of that kind: " 5" as 5. Whether it changed it.
+[[nodiscard]] TOOL_BINDING_EXPORT bool coerce_item(CppKind kind, Value& item);
+
+template <IntegerType T>
+std::optional<T> read_integer(const Value& value) {
+  if (value.is_int64()) {
+    const std::int64_t number = value.get_int64();
+    if (std::in_range<T>(number)) return static_cast<T>(number);
+    return std::nullopt;
+  }
+  if constexpr (std::in_range<T>(std::numeric_limits<std::uint64_t>::max())) {
+    return read_uint64(value);
+  } else {
+    return std::nullopt;
+  }
+}
+
+template <std::floating_point T>
+std::optional<T> read_number(const Value& value) {
+  const std::optional<double> number = value.is_float() ? value.get_float() : read_double(value);
+  if constexpr (std::same_as<T, float>) {
+    constexpr double largest = std::numeric_limits<float>::max();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    if (number && (*number > largest || *number < -largest) && *number != infinity &&
+        *number != -infinity) {
+      return std::nullopt;
+    }
+    return number ? std::optional(static_cast<float>(*number)) : std::nullopt;
+  } else {
+    return number;
+  }
+}
+
+template <class T>
+std::optional<T> read_one(Value& value) {
+  constexpr CppKind kind = kind_of<T>();
+  if constexpr (kind == CppKind::custom) {
+    return ParameterReader<T>::read(std::as_const(value));
+  } else if constexpr (kind == CppKind::boolean) {
+    return value.if_boolean();
+  } else if constexpr (kind == CppKind::integer) {
+    return read_integer<T>(value);
+  } else if constexpr (kind == CppKind::number) {
+    return read_number<T>(value);
+  } else if constexpr (kind == CppKind::text) {
+    return value.is_text() ? std::optional<T>(std::in_place, value.get_text()) : std::nullopt;
+  } else if constexpr (kind == CppKind::enumeration) {
+    return read_enumerator<T>(value);
+  } else if constexpr (kind == CppKind::value) {
+    return std::move(value);
+  } else if constexpr (kind == CppKind::list) {
+    return value.is_list() ? std::optional(std::move(value.get_list())) : std::nullopt;
+  } else {
+    return value.is_mapping() ? std::optional(std::move(value.get_mapping())) : std::nullopt;
+  }
+}
+
+template <class T>
+std::optional<T> read_item(Value& item) {
+  std::optional<T> read = read_one<T>(item);
+  if (!read && coerce_item(kind_of<T>(), item)) read = read_one<T>(item);
+  return read;
+}
+
+template <class Vector>
+std::optional<Vector> read_vector(Value& value) {
+  List* items = value.if_list();
+  if (items == nullptr) return std::nullopt;
+  std::optional<Vector> all(std::in_place);
+  all->reserve(items->size());
+  for (Value& item : *items) {
+    auto read = read_item<typename Vector::value_type>(item);
+    if (!read) return std::nullopt;
+    all->push_back(*std::move(read));
+  }
+  return all;
+}
+
+template <class T>
+struct Reading {
+  static std::optional<T> of(Value& value) {
+    if constexpr (Unwrapped<T>::is_vector) {
+      return read_vector<T>(value);
+    } else {
+      return read_one<T>(value);
+    }
+  }
+};
+template <class T>
+struct Reading<std::optional<T>> {
+  static std::optional<std::optional<T>> of(Value& value) {
+    if (value.is_none()) return std::optional<std::optional<T>>(std::in_place);
+    std::optional<T> read = Reading<T>::of(value);
+    if (!read) return std::nullopt;
+    return read;
+  }
+};
+
+template <class T>
+constexpr CppType described() {
+  using One = typename Unwrapped<T>::Type;
+  constexpr CppKind kind = kind_of<One>();
+  CppType type = {.kind = kind,
+                  .is_optional = Unwrapped<T>::is_optional,
+                  .is_vector = Unwrapped<T>::is_vector,
+                  .name = name_of<One>()};
+  if constexpr (kind == CppKind::integer) {
+    type.lowest = std::numeric_limits<One>::min();
+    type.highest = std::numeric_limits<One>::max();
+  }
+  if constexpr (kind == CppKind::number) type.largest = std::numeric_limits<One>::max();
+  if constexpr (kind == CppKind::enumeration) type.enumerators = enumerators<One>;
+  if constexpr (kind == CppKind::custom) type.custom = custom_type_of<One>;
+  type.accepts = [](const Value& value) {
+    Value copy = value;
+    return Reading<T>::of(copy).has_value();
+  };
+  type.accepts_item = [](const Value& item) {
+    Value copy = item;
+    return read_item<One>(copy).has_value();
+  };
+  return type;
+}
+
+template <ParameterType T>
+inline constexpr CppType cpp_type = described<T>();
+
+}  // namespace detail
+
+// The custom type of a parameter of type T, for a registry that is written by hand:
+//
+//   ParamSpec{.name = "since", .custom = custom_type<Date>()}
+template <class T>
+requires detail::HasReader<T>
+[[nodiscard]] const std::shared_ptr<const CustomType>& custom_type() {
+  return detail::custom_type_of<T>();
+}
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_

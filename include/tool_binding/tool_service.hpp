@@ -1,0 +1,110 @@
+#ifndef TOOL_BINDING_TOOL_SERVICE_HPP_
+#define TOOL_BINDING_TOOL_SERVICE_HPP_
+
+// Tools and context together: one call, one answer.
+//
+//   ToolService service({search, read}, context);         // or HandlerError: every mismatch of all
+//   ToolAnswer answer = service.call("search", {{"q", "main"}, {"limit", "500"}});
+//   answer.text()     // what the handler returned, or what to send instead
+//   answer.is_error() // false
+//   answer.notes      // 'q' was read as 'query', 'limit' 500 is above the maximum: 200 was used
+//
+// A call looks the tool up, admits the arguments, binds them and calls the function. It needs no
+// set_tools; only the default action of a tool that TOOLS holds under the same name is taken from
+// there (see bind_arguments).
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool_binding/export.hpp"
+#include "tool_binding/handlers.hpp"
+#include "tool_binding/tool_registry.hpp"
+#include "tool_binding/tool_schemas.hpp"
+#include "tool_binding/value.hpp"
+
+namespace tool_binding {
+
+enum class Outcome : std::uint8_t {
+  answered,      // the handler returned a result
+  refused,       // the arguments were refused, and the handler was not called
+  no_such_tool,  // no tool has that name; the text says the nearest one
+  failed,        // the handler says so (ToolError, Answer::is_error), or threw something else
+};
+
+// What came of a call. All of it is meant for the client.
+struct ToolAnswer {
+  Outcome outcome = Outcome::answered;
+  // Text first: the result, or the refusal. Empty where the handler returned nothing. Structured
+  // content is here too, as JSON.
+  std::vector<Content> content = {};
+  // A mapping, a list, or none.
+  Value structured = {};
+  // What admission changed, then what the handler noted. They are not part of the content.
+  std::vector<std::string> notes = {};
+
+  [[nodiscard]] bool is_error() const noexcept { return outcome != Outcome::answered; }
+  // The first block of text; empty where there is none. Valid as long as the content.
+  [[nodiscard]] TOOL_BINDING_EXPORT std::string_view text() const noexcept;
+};
+
+// What a handler threw that was not meant for the client. The client gets a fixed text. The views
+// are valid during the call of the log.
+struct HandlerFault {
+  std::string_view tool;
+  std::string_view kind;  // the type of what was thrown, "std::out_of_range"; "unknown" for others
+  std::string_view text;  // what() of a std::exception, else empty
+};
+
+struct ServiceOptions {
+  // Called on the thread of the call, from several at the same time. What it throws is dropped. The
+  // library puts no argument's value into a fault; what a handler writes into what() is its own.
+  std::function<void(const HandlerFault&)> log = {};
+};
+
+// Tools that are served together. Immutable: any number of threads may call it at the same time.
+// Copies share one record, as does moving.
+class TOOL_BINDING_EXPORT ToolService {
+ public:
+  // Throws HandlerError with every mismatch of all tools, two tools of one name among them.
+  explicit ToolService(std::vector<Tool> tools, const Context& context = {},
+                       ServiceOptions options = {});
+  ToolService(const ToolService&) = default;
+  ToolService& operator=(const ToolService&) = default;
+  ~ToolService() = default;
+
+  // Never throws for what a client sent or a handler threw. The first form leaves the arguments
+  // untouched, the second moves the values out of them. Arguments whose names are not all text are
+  // refused. `options` are only read, until the call returns.
+  //
+  // Where memory runs out, the answer is `failed` like any other fault; where there is none for the
+  // answer either, std::bad_alloc passes through. Nothing else does.
+  [[nodiscard]] ToolAnswer call(std::string_view tool, const Mapping& arguments,
+                                const CallOptions& options = {}) const;
+  [[nodiscard]] ToolAnswer call(std::string_view tool, Mapping&& arguments,
+                                const CallOptions& options = {}) const;
+
+  // The tools in the order given. They live as long as any copy of the service.
+  [[nodiscard]] const ToolTable& tools() const noexcept;
+  // What clients are shown of a tool beside its specification; null for an unknown name.
+  [[nodiscard]] const ToolInfo* info(std::string_view tool) const noexcept;
+
+  // The tools file, with its x- keywords: publish_tools(tools()).
+  [[nodiscard]] Value tools_file() const;
+  // What a tools/list answer carries: for each tool wire_schema() with its name, description and
+  // ToolInfo (title, annotations, outputSchema, icons).
+  [[nodiscard]] List wire_tools(const WireOptions& options = {}) const;
+
+ private:
+  struct Record;
+
+  std::shared_ptr<const Record> record_;
+};
+
+}  // namespace tool_binding
+
+#endif  // TOOL_BINDING_TOOL_SERVICE_HPP_

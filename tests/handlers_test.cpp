@@ -1,0 +1,623 @@
+#include "tool_binding/handlers.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "print_values.hpp"
+#include "tool_binding/tool_schemas.hpp"
+
+namespace tool_binding {
+namespace {
+
+enum class Mode { literal, regex };
+enum class Letters : std::int8_t { keep = -1, ignore = 100 };
+enum class Unnamed { one = 64 };
+
+struct Date {
+  int year;
+};
+
+class Repository {};
+struct Engine {};
+
+}  // namespace
+
+template <>
+inline constexpr auto enum_names<Letters> = std::to_array<EnumName<Letters>>(
+    {{Letters::keep, "keep-case"}, {Letters::ignore, "ignore-case"}});
+
+template <>
+struct ParameterReader<Date> {
+  static constexpr std::string_view words = "a date, such as 2024-05-31";
+  static std::optional<Date> read(const Value& value) {
+    if (!value.is_text() || value.get_text().size() != 10) return std::nullopt;
+    return Date{std::stoi(std::string(value.get_text().substr(0, 4)))};
+  }
+  static Mapping schema() { return {{"type", "string"}, {"format", "date"}}; }
+};
+
+namespace {
+
+// Names from the compiler.
+
+template <class T>
+struct Template {
+  struct Inner {
+    T item;
+  };
+};
+struct Base {
+  int depth;
+};
+struct Derived : Base {
+  int own;
+};
+
+static_assert(detail::member_name<&Date::year>() == "year");
+static_assert(detail::member_name<&Derived::own>() == "own");
+static_assert(detail::member_name<&Derived::depth>() == "depth");
+static_assert(detail::member_name<&Template<std::pair<int, Mode>>::Inner::item>() == "item");
+
+template <class E>
+std::string enumerators_of() {
+  std::string all;
+  for (const auto& [name, value] : detail::enumerators<E>()) {
+    all.append(name).append(" ").append(std::to_string(value)).append(";");
+  }
+  return all;
+}
+
+template <class>
+auto local_enumeration() {
+  enum class Local : bool { no, yes9 };
+  return Local::no;
+}
+
+TEST(CompilerNames, AreFoundWhereverAnEnumerationStands) {
+  struct Here {
+    int local_member;
+  };
+  static_assert(detail::member_name<&Here::local_member>() == "local_member");
+  enum class Gaps : unsigned char { first = 1, last = 63, beyond = 64 };
+  EXPECT_EQ(enumerators_of<Mode>(), "literal 0;regex 1;");
+  EXPECT_EQ(enumerators_of<Gaps>(), "first 1;last 63;");
+  EXPECT_EQ(enumerators_of<decltype(local_enumeration<std::pair<Mode, int>>())>(), "no 0;yes9 1;");
+  EXPECT_EQ(enumerators_of<Unnamed>(), "");
+  EXPECT_EQ(enumerators_of<Letters>(), "keep-case 0;ignore-case 1;");
+}
+
+// Mistakes that are found when a handler is bound.
+
+template <class Make>
+std::string problems_of(Make make) {
+  try {
+    static_cast<void>(make());
+    return {};
+  } catch (const HandlerError& error) {
+    return error.what();
+  }
+}
+
+// Every C++ type with every declaration.
+
+template <class... T>
+struct Types {};
+using AllTypes =
+    Types<bool, std::int8_t, std::uint8_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t,
+          long long, double, float, std::string, std::string_view, std::filesystem::path, Mode,
+          Letters, Value, List, Mapping, Date, std::vector<bool>, std::vector<std::uint8_t>,
+          std::vector<std::int64_t>, std::vector<double>, std::vector<std::string>,
+          std::vector<std::filesystem::path>, std::vector<Mode>, std::vector<Value>,
+          std::vector<Mapping>, std::vector<Date>>;
+
+std::string short_name(const detail::CppType& type) {
+  std::string name(type.name);
+  for (const std::string_view part : {"std::", "filesystem::", "tool_binding::", "_t",
+                                      "(anonymous namespace)::", "{anonymous}::"}) {
+    if (const auto at = name.find(part); at != name.npos) name.erase(at, part.size());
+  }
+  return type.is_vector ? "[" + name + "]" : name;
+}
+
+// The types that agree with a declaration, by themselves and as std::optional.
+template <class... T>
+std::pair<std::string, std::string> agreeing(const ParamSpec& param, Types<T...>) {
+  const ToolSpec spec({.name = "t", .params = {param}});
+  std::pair<std::string, std::string> names;
+  const auto add = [&spec]<class Taken>(std::string& to, std::type_identity<Taken>) {
+    const auto bind = [&] { return bind_handler(spec, {}, [](const Taken&) {}, {"p"}); };
+    if (problems_of(bind).empty()) to += short_name(detail::cpp_type<Taken>) + " ";
+  };
+  (add(names.first, std::type_identity<T>()), ...);
+  (add(names.second, std::type_identity<std::optional<T>>()), ...);
+  return names;
+}
+
+TEST(Types, AgreeWithWhatIsDeclaredOrAreAMistake) {
+  struct Case {
+    ParamSpec param;
+    std::string agree;
+  };
+  const std::string integers = "int8 uint8 int32 uint32 int64 uint64 int64 ";
+  const std::string text = "string string_view path ";
+  const std::string texts = "[string] [path] ";
+  const ParamSpec integer = {.name = "p", .type = "integer", .required = true};
+  const auto with = [](ParamSpec param, auto member, auto value) {
+    param.*member = value;
+    return param;
+  };
+  const ParamSpec array = with(integer, &ParamSpec::type, "array");
+  const auto items = [&](const char* type) { return with(array, &ParamSpec::items_type, type); };
+  const auto custom = [&](auto type) { return with(integer, &ParamSpec::custom, type); };
+  const std::vector<std::string> modes = {"regex", "literal"};
+  const ParamSpec string = with(integer, &ParamSpec::type, "string");
+  const Case cases[] = {
+      {with(integer, &ParamSpec::type, "boolean"), "bool Value "},
+      {integer, integers + "Value "},
+      {with(integer, &ParamSpec::minimum, 0), integers + "Value "},
+      {with(integer, &ParamSpec::minimum, -1), "int8 int32 int64 int64 Value "},
+      {with(integer, &ParamSpec::maximum, 255), "uint8 int32 uint32 int64 uint64 int64 Value "},
+      {with(integer, &ParamSpec::maximum, 1e10), "int64 uint64 int64 Value "},
+      {with(integer, &ParamSpec::default_, 1LL << 40), "int64 uint64 int64 Value "},
+      {with(integer, &ParamSpec::default_, "5"), "Value "},
+      {with(integer, &ParamSpec::type, "number"), "double float Value "},
+      {with(with(integer, &ParamSpec::type, "number"), &ParamSpec::maximum, 1e300),
+       "double Value "},
+      {with(with(integer, &ParamSpec::type, "number"), &ParamSpec::default_, 20),
+       "double float Value "},
+      {string, text + "Value Date "},
+      {with(string, &ParamSpec::default_, "literal"), text + "Value "},
+      {with(string, &ParamSpec::enum_, modes), text + "Mode Value Date "},
+      {with(with(string, &ParamSpec::enum_, modes), &ParamSpec::default_, "Regex"),
+       text + "Value "},
+      {with(string, &ParamSpec::enum_, std::vector<std::string>{"ignore-case", "keep-case"}),
+       text + "Letters Value Date "},
+      {with(string, &ParamSpec::enum_, std::vector<std::string>{"literal"}), text + "Value Date "},
+      {array, "Value List [Value] "},
+      {items("string"), "Value List " + texts + "[Value] [Date] "},
+      {with(items("string"), &ParamSpec::enum_, modes),
+       "Value List " + texts + "[Mode] [Value] [Date] "},
+      {with(array, &ParamSpec::enum_, modes), "Value List " + texts + "[Mode] [Value] [Date] "},
+      {items("integer"), "Value List [uint8] [int64] [Value] "},
+      {with(items("integer"), &ParamSpec::default_, List{1, 256}), "Value List [int64] [Value] "},
+      {items("number"), "Value List [double] [Value] "},
+      {items("boolean"), "Value List [bool] [Value] "},
+      {items("object"), "Value List [Value] [Mapping] "},
+      {custom(object_type()), "Value Mapping "},
+      {custom(any_type()), "Value Date "},
+      {custom(one_of({1, 300})), "int32 uint32 int64 uint64 int64 double float Value Date "},
+      {custom(custom_type<Date>()), text + "Value Date "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.param.type << ' ' << c.param.items_type << ' '
+                                    << display_form(c.param.default_));
+    // Nothing is left out that has a default, and what is required needs no std::optional.
+    EXPECT_EQ(agreeing(c.param, AllTypes()), std::pair(c.agree, c.agree));
+    if (!c.param.default_.is_none()) continue;
+    ParamSpec may_be_none = c.param;
+    may_be_none.required = false;
+    EXPECT_EQ(agreeing(may_be_none, AllTypes()), std::pair(std::string("Value "), c.agree));
+  }
+}
+
+TEST(Mistakes, AreAllInOneErrorThatSaysWhatToWrite) {
+  const ToolSpec spec(
+      {.name = "read",
+       .params = {{.name = "path", .synonyms = {"file"}, .required = true},
+                  {.name = "lines", .type = "integer", .minimum = -1, .default_ = 9},
+                  {.name = "mode", .enum_ = {"fast"}, .default_ = "fast"},
+                  {.name = "sizes", .type = "array", .default_ = List{}}}});
+  const auto all = ignored("path", "lines", "mode", "sizes");
+  Context context;
+  context.provide("repository", std::make_shared<Repository>());
+  context.provide("left", std::make_shared<const Engine>());
+  Context twins;
+  twins.provide("a", std::make_shared<Engine>()).provide("b", std::make_shared<Engine>());
+  Context clash;
+  clash.provide("lines", std::make_shared<Engine>());
+
+  const std::pair<std::function<Handler()>, std::string> cases[] = {
+      {[&] {
+         return bind_handler(
+             spec, context,
+             [](int, int, bool, std::uint16_t, Mode, std::vector<int>, std::string) {},
+             {"pth", "file", "path", "lines", "mode", "sizes", "repository"});
+       },
+       "read, 'pth': is neither a parameter of read, nor in the context: did you mean 'path'?; "
+       "read takes path, lines, mode, sizes\n"
+       "read, 'file': is a synonym of 'path'; write 'path'\n"
+       "read, 'path': is declared \"string\", and the handler takes bool; take std::string or "
+       "std::string_view, or declare it .type = \"boolean\"\n"
+       "read, 'lines': its minimum -1 lies outside of std::uint16_t, a whole number "
+       "from 0 to 65535; take a larger type, or bring the minimum within it\n"
+       "read, 'mode': is declared with the enum_ fast, and the enumerators of " +
+           std::string(detail::type_name<Mode>()) +
+           " are literal, regex; make them the same, or take std::string\n"
+           "read, 'mode': its default 'fast' cannot be " +
+           std::string(detail::type_name<Mode>()) +
+           ", which is one of: literal, regex; write a default that can\n"
+           "read, 'sizes': is declared without the type of its items, and the handler takes "
+           "std::vector<std::int32_t>; take List, or declare it .items_type = \"integer\"\n"
+           "read, 'repository': is in the context; take " +
+           std::string(detail::type_name<Repository>()) + "& or std::shared_ptr<" +
+           std::string(detail::type_name<Repository>()) + ">"},
+      {[&] {
+         return bind_handler(
+             spec, {}, [] {}, ignored("path", "mode", "sizes", "line"));
+       },
+       "read, 'lines': is declared, and the handler does not take it; take it, or add "
+       "ignored(\"lines\")\n"
+       "read, 'line': is ignored, and is no parameter of read: did you mean 'lines'?; read takes "
+       "path, lines, mode, sizes"},
+      {[&] {
+         return bind_handler(
+             spec, {}, [](Value, Value) {}, {"path", "path"}, all);
+       },
+       "read, 'path': is named twice; name each parameter once\n"
+       "read, 'path': is ignored, and the handler takes it; do one of both"},
+      {[&] {
+         return bind_handler(
+             spec, context, [](Engine&) {}, {"repository"}, all);
+       },
+       "read, 'repository': is " + std::string(detail::type_name<Repository>()) +
+           " in the context, and the handler takes " + std::string(detail::type_name<Engine>()) +
+           "&; take " + std::string(detail::type_name<Repository>()) + "&"},
+      {[&] {
+         return bind_handler(
+             spec, context, [](Engine&) {}, {"engine"}, all);
+       },
+       "read, 'engine': the handler takes " + std::string(detail::type_name<Engine>()) +
+           "&, and the context's 'left' is const " + std::string(detail::type_name<Engine>()) +
+           "; take const " + std::string(detail::type_name<Engine>()) + "&"},
+      {[&] {
+         return bind_handler(
+             spec, twins, [](const Engine&) {}, {"engine"}, all);
+       },
+       "read, 'engine': the handler takes const " + std::string(detail::type_name<Engine>()) +
+           "&, and several entries of the context are of that type; name one of a, b, or give "
+           "them types of their own"},
+      {[&] {
+         return bind_handler(
+             spec, {}, [](std::shared_ptr<Engine>) {}, {"engine"}, all);
+       },
+       "read, 'engine': the handler takes std::shared_ptr<" +
+           std::string(detail::type_name<Engine>()) +
+           ">, and the context has no entry of exactly that type; provide(\"engine\", "
+           "std::shared_ptr<" +
+           std::string(detail::type_name<Engine>()) + ">), or take " +
+           std::string(detail::type_name<Engine>()) + "*, which may be null"},
+      {[&] {
+         return bind_handler(
+             spec, clash, [](Engine*) {}, {"engine"}, all);
+       },
+       "read, 'lines': is a parameter of read and an entry of the context; give one of them "
+       "another name"},
+      {[&] {
+         return bind_handler(
+             spec, {}, [](std::string&) {}, {"path"}, all);
+       },
+       "read, 'path': is a parameter of read, and the handler takes " +
+           std::string(detail::type_name<std::string>()) +
+           "&, which only the context can give; take the parameter by value or const reference\n"
+           "read, 'path': is ignored, and the handler takes it; do one of both"},
+  };
+  for (const auto& [bind, problems] : cases) EXPECT_EQ(problems_of(bind), problems);
+}
+
+enum class Action { list, create };
+
+ToolSpec branches() {
+  return ToolSpec({.name = "branches",
+                   .actions = {{"list"}, {"create", {"new"}}},
+                   .params = {{.name = "name", .required_for = {"create"}},
+                              {.name = "base", .action_defaults = {{"create", "HEAD"}}},
+                              {.name = "all",
+                               .type = "boolean",
+                               .action_defaults = {{"list", true}, {"create", false}}}},
+                   .default_action = "list"});
+}
+
+TEST(Mistakes, OfActions) {
+  const std::pair<std::function<Handler()>, std::string> cases[] = {
+      {[] {
+         return bind_handler(branches(), {}, [](int, std::string, std::string, bool) {},
+                             {"action", "name", "base", "all"});
+       },
+       "branches, 'action': is the action, which is text, and the handler takes std::int32_t; take "
+       "std::string_view, or an enum class of list, create\n"
+       "branches, 'name': can be left out (list) and then has no default, and the handler takes "
+       "std::string; take std::optional<std::string>, give it a default, or make it required\n"
+       "branches, 'base': can be left out (list) and then has no default, and the handler takes "
+       "std::string; take std::optional<std::string>, give it a default, or make it required"},
+      {[] {
+         return bind_handler(
+             branches(), {}, [] {}, ignored("name", "base", "all"));
+       },
+       "branches, 'action': is the action, and the handler does not take it; take it, or add "
+       "ignored(\"action\")"},
+      {[] {
+         return bind_handler(
+             branches(), {}, [](Mode) {}, {"action"}, ignored("name", "base", "all"));
+       },
+       "branches, 'action': is one of the actions list, create, and the enumerators of " +
+           std::string(detail::type_name<Mode>()) +
+           " are literal, regex; make them the same, or take std::string_view"},
+  };
+  for (const auto& [bind, problems] : cases) EXPECT_EQ(problems_of(bind), problems);
+}
+
+struct Request : Base {
+  Action action;
+  std::string query;
+  std::vector<int> sizes;
+  std::optional<Date> since;
+  Mapping options;
+  std::vector<Date> dates;
+  Unnamed unnamed;
+};
+
+TEST(Mistakes, OfStructs) {
+  const auto bind = [](const Tool& tool) { return [=] { return bind_handler(tool, {}); }; };
+  const auto nothing = [](const Request&) {};
+  const std::pair<Tool, std::string> cases[] = {
+      {tool("t", "", {}, nothing),
+       "t: the handler takes a struct first, and no member of it is a parameter; name its members, "
+       "or take a context entry as T& or std::shared_ptr<T>"},
+      {tool("t", "", {param<&Request::query>(), param<&Request::query>()}, nothing),
+       "t, 'query': is named twice; name each parameter once"},
+      {tool("t", "", {param<&Request::query>({.default_ = 5})}, nothing),
+       "t, 'query': its default 5 cannot be std::string, which is text; write a default that can"},
+      {tool("t", "", {param<&Request::sizes>({.default_ = List{1, "x"}})}, nothing),
+       "t, 'sizes': its default [1, 'x'] cannot be std::vector<std::int32_t>, of which each item "
+       "is "
+       "a whole number; write a default that can"},
+      {tool({.name = "t", .actions = {"list", "create"}},
+            {param<&Request::action>({.default_ = "list"}),
+             param<&Request::query>({.required_for = {"list"}})},
+            nothing),
+       "t, 'action': is the action, of which only the name is declared here; its default, names "
+       "and synonyms are the definition's\n"
+       "t, 'query': can be left out (create) and then has no default, and the handler takes "
+       "std::string; take std::optional<std::string>, give it a default, or make it required"},
+      {tool("t", "", {param<&Request::unnamed>()}, nothing),
+       "t, 'unnamed': the handler takes " + std::string(detail::type_name<Unnamed>()) +
+           ", of which no enumerator was found: those with values from 0 to 63 are, in an enum "
+           "class at namespace scope; specialise enum_names<" +
+           std::string(detail::type_name<Unnamed>()) + ">"},
+  };
+  for (const auto& [tool, problems] : cases) EXPECT_EQ(problems_of(bind(tool)), problems);
+}
+
+// What a struct declares.
+
+TEST(Structs, DeclareWhatTheirTypesSay) {
+  const Tool made = tool({.name = "t", .actions = {"list", "create"}, .default_action = "list"},
+                         {param<&Request::action>(), param<&Request::depth>({.default_ = 3}),
+                          param("q", &Request::query, {.synonyms = {"query"}, .enum_ = {"a", "b"}}),
+                          param<&Request::sizes>(), param<&Request::since>(),
+                          param<&Request::options>(), param<&Request::dates>({.default_ = List{}})},
+                         [](const Request&) {});
+  EXPECT_EQ(
+      made.spec(),
+      ToolSpec(
+          {.name = "t",
+           .actions = {"list", "create"},
+           .params =
+               {{.name = "depth", .type = "integer", .default_ = 3},
+                {.name = "q", .synonyms = {"query"}, .enum_ = {"a", "b"}, .required = true},
+                {.name = "sizes", .type = "array", .items_type = "integer", .required = true},
+                {.name = "since", .custom = custom_type<Date>()},
+                {.name = "options", .required = true, .custom = object_type()},
+                {.name = "dates", .type = "array", .items_type = "string", .default_ = List{}}},
+           .default_action = "list"}));
+  EXPECT_EQ(bind_handler(made, {}).signature.size(), 7U);
+}
+
+// Calls.
+
+Value admit_and_call(const ToolSpec& spec, const Handler& handler, const Mapping& request) {
+  return handler.call(bind_arguments(spec, normalize_arguments(spec, request).arguments()));
+}
+
+TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
+  struct Case {
+    std::string type;
+    std::string items_type;
+    std::function<Handler(const ToolSpec&)> bind;
+    Value sent;
+    Value expected;  // text: the whole result, or what the refusal ends in
+  };
+  const auto takes = []<class T>(std::type_identity<T>, auto show) {
+    return [show](const ToolSpec& spec) {
+      return bind_handler(spec, {}, [show](const T& taken) -> Value { return show(taken); }, {"p"});
+    };
+  };
+  const auto same = [](const auto& taken) { return Value(taken); };
+  const auto list = [](const auto& taken) { return Value(List(taken.begin(), taken.end())); };
+  const auto i8 = takes(std::type_identity<std::int8_t>(), same);
+  const auto u64 = takes(std::type_identity<std::uint64_t>(), same);
+  const auto number = takes(std::type_identity<float>(), same);
+  const auto bytes = takes(std::type_identity<std::vector<std::uint8_t>>(), list);
+  const auto flags = takes(std::type_identity<std::vector<bool>>(), list);
+  const auto numbers = takes(std::type_identity<std::vector<double>>(), list);
+  const auto texts = takes(std::type_identity<std::vector<std::string_view>>(), list);
+  const Case cases[] = {
+      {"integer", "", i8, -128, -128},
+      {"integer", "", i8, "127", 127},
+      {"integer", "", i8, -129,
+       "Parameter 'p' of t must be a whole number from -128 to 127, not -129"},
+      {"integer", "", u64, std::numeric_limits<std::uint64_t>::max(),
+       std::numeric_limits<std::uint64_t>::max()},
+      {"integer", "", u64, Value::integer_of("18446744073709551616"),
+       "Parameter 'p' of t must be a whole number from 0 to 18446744073709551615, not "
+       "18446744073709551616"},
+      {"integer", "", u64, -1,
+       "Parameter 'p' of t must be a whole number from 0 to 18446744073709551615, not -1"},
+      {"number", "", number, 2.5, 2.5},
+      {"number", "", number, "-inf", -std::numeric_limits<double>::infinity()},
+      {"number", "", number, -1e39,
+       "Parameter 'p' of t must be a number from -3.4028234663852886e+38 to "
+       "3.4028234663852886e+38, not -1e+39"},
+      {"array", "integer", bytes, "1, 255", List{1, 255}},
+      {"array", "integer", bytes, List{256, 1, Value(), true, "x", 1.5, " 2 "},
+       "Parameter 'p' of t, item 1, must be a whole number from 0 to 255, not 256; "
+       "Parameter 'p' of t, item 3, must be a whole number, not None; "
+       "Parameter 'p' of t, item 4, must be a whole number, not True; "
+       "Parameter 'p' of t, item 5, must be a whole number, not 'x'; "
+       "Parameter 'p' of t, item 6, must be a whole number, not 1.5"},
+      {"array", "boolean", flags, List{true, "no", 1}, List{true, false, true}},
+      {"array", "boolean", flags, List{2},
+       "Parameter 'p' of t, item 1, must be true or false, not 2"},
+      {"array", "number", numbers, List{1, "2.5"}, List{1.0, 2.5}},
+      {"array", "string", texts, List{1, "a text beyond fifteen bytes"},
+       List{"1", "a text beyond fifteen bytes"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(display_form(c.sent));
+    const ToolSpec spec(
+        {.name = "t",
+         .params = {{.name = "p", .type = c.type, .items_type = c.items_type, .required = true}}});
+    const Handler handler = c.bind(spec);
+    try {
+      EXPECT_EQ(admit_and_call(spec, handler, {{"p", c.sent}}), c.expected);
+    } catch (const ArgumentError& error) {
+      EXPECT_EQ(Value(error.message()), c.expected);
+    }
+  }
+}
+
+TEST(Calls, ResolveDefaultsByActionInBothSpellings) {
+  struct Branches {
+    Action action;
+    std::optional<std::string> name;
+    std::optional<std::string> base;
+    bool all;
+  };
+  const auto answer = [](Action action, const std::optional<std::string>& name,
+                         const std::optional<std::string>& base, bool all) {
+    return List{action == Action::create, name ? Value(*name) : Value(),
+                base ? Value(*base) : Value(), all};
+  };
+  const Tool from_struct = tool(
+      {.name = "branches", .actions = {{"list"}, {"create", {"new"}}}, .default_action = "list"},
+      {param<&Branches::action>(), param<&Branches::name>({.required_for = {"create"}}),
+       param<&Branches::base>({.action_defaults = {{"create", "HEAD"}}}),
+       param<&Branches::all>({.action_defaults = {{"list", true}, {"create", false}}})},
+      [answer](const Branches& r) { return answer(r.action, r.name, r.base, r.all); });
+  EXPECT_EQ(from_struct.spec(), branches());
+  const Handler handlers[] = {
+      bind_handler(branches(), {}, answer, {"action", "name", "base", "all"}),
+      bind_handler(from_struct, {})};
+  const std::pair<Mapping, List> cases[] = {
+      {{}, {false, Value(), Value(), true}},
+      {{{"action", "NEW"}, {"name", "fix"}}, {true, "fix", "HEAD", false}},
+      {{{"base", "next"}, {"all", "no"}}, {false, Value(), "next", false}},
+  };
+  for (const Handler& handler : handlers) {
+    for (const auto& [request, expected] : cases) {
+      EXPECT_EQ(admit_and_call(branches(), handler, request), Value(expected));
+    }
+    // Arguments that are not bound yet, in another order, with what no handler takes.
+    EXPECT_EQ(handler.call({{"other", 1}, {"name", "x"}, {"action", "create"}}),
+              Value(List{true, "x", "HEAD", false}));
+  }
+}
+
+TEST(Calls, TakeTheContextInEveryForm) {
+  const auto repository = std::make_shared<Repository>();
+  const auto engine = std::make_shared<const Engine>();
+  Context context;
+  context.provide("main", repository).provide("engine", engine);
+  const ToolSpec spec({.name = "t"});
+  const Handler handler = bind_handler(
+      spec, context,
+      [=](Repository& by_name, const Repository& by_type, std::shared_ptr<const Repository> shared,
+          const std::shared_ptr<Repository>& same, const Engine* pointer, std::string* absent,
+          Call& call, std::stop_token stop) {
+        EXPECT_EQ(&by_name, repository.get());
+        EXPECT_EQ(&by_type, repository.get());
+        EXPECT_EQ(shared, repository);
+        EXPECT_EQ(same, repository);
+        EXPECT_EQ(pointer, engine.get());
+        EXPECT_EQ(absent, nullptr);
+        return call.tool() == "t" && !stop.stop_possible() && !call.wants_progress();
+      },
+      {"main", "other", "third", "fourth", "engine", "text"});
+  EXPECT_EQ(handler.call({}), Value(true));
+  EXPECT_TRUE(handler.signature.empty());
+  EXPECT_THROW(context.provide("main", repository), std::invalid_argument);
+  EXPECT_THROW(context.provide("null", std::shared_ptr<Engine>()), std::invalid_argument);
+}
+
+TEST(Calls, TakeATypeWithAReaderInBothSpellings) {
+  struct Log {
+    Date since;
+    std::vector<Date> others;
+  };
+  const Tool from_struct = tool(
+      "log", "",
+      {param<&Log::since>({.default_ = "2024-05-31"}), param<&Log::others>({.default_ = List{}})},
+      [](Log log) {
+        int sum = log.since.year;
+        for (const Date& other : log.others) sum += other.year;
+        return sum;
+      });
+  const Handler by_struct = bind_handler(from_struct, {});
+  const Handler by_name = bind_handler(
+      from_struct.spec(), {}, [](const Date& since) { return since.year; }, {"since"},
+      ignored("others"));
+  EXPECT_EQ(admit_and_call(from_struct.spec(), by_struct, {}), Value(2024));
+  EXPECT_EQ(admit_and_call(from_struct.spec(), by_name, {{"since", "1999-01-01"}}), Value(1999));
+  EXPECT_EQ(admit_and_call(from_struct.spec(), by_struct, {{"others", "2000-01-01,2001-01-01"}}),
+            Value(6025));
+  EXPECT_THROW(admit_and_call(from_struct.spec(), by_struct, {{"others", "soon"}}), ArgumentError);
+  EXPECT_FALSE(try_normalize_arguments(from_struct.spec(), {{"since", "soon"}}));
+  EXPECT_EQ(*input_schema(from_struct.spec())
+                 .as_mapping()
+                 .at("properties")
+                 .as_mapping()
+                 .at("since")
+                 .as_mapping()
+                 .find("format"),
+            Value("date"));
+}
+
+TEST(Calls, GiveEveryKindOfResult) {
+  const ToolSpec spec({.name = "t"});
+  const auto result = [&spec](auto function) { return bind_handler(spec, {}, function).call({}); };
+  EXPECT_EQ(result([] {}), Value());
+  EXPECT_EQ(result([] { return "text"; }), Value("text"));
+  EXPECT_EQ(result([]() -> std::string_view { return "view"; }), Value("view"));
+  EXPECT_EQ(result([] { return std::uint8_t{7}; }), Value(7));
+  EXPECT_EQ(result([] { return List{1}; }), Value(List{1}));
+  EXPECT_EQ(result([] { return Mapping{{"a", 1}}; }), Value(Mapping{{"a", 1}}));
+  EXPECT_EQ(result(std::function<Value()>([] { return Value(2.5); })), Value(2.5));
+  const Answer answer{.content = {TextContent{"t"}, ImageContent{"a", "i"}, AudioContent{"ab", "x"},
+                                  EmbeddedResource{.uri = "u", .mime_type = "m", .text = "t"},
+                                  EmbeddedResource{.uri = "u", .blob = "abc"},
+                                  ResourceLink{.uri = "u", .name = "n", .size = 3}},
+                      .structured = Mapping{{"a", 1}},
+                      .is_error = true};
+  EXPECT_EQ(display_form(result([&answer] { return answer; })),
+            "{'content': [{'type': 'text', 'text': 't'}, "
+            "{'type': 'image', 'data': 'YQ==', 'mimeType': 'i'}, "
+            "{'type': 'audio', 'data': 'YWI=', 'mimeType': 'x'}, "
+            "{'type': 'resource', 'resource': {'uri': 'u', 'mimeType': 'm', 'text': 't'}}, "
+            "{'type': 'resource', 'resource': {'uri': 'u', 'blob': 'YWJj'}}, "
+            "{'type': 'resource_link', 'uri': 'u', 'name': 'n', 'size': 3}], "
+            "'structuredContent': {'a': 1}, 'isError': True}");
+}
+
+}  // namespace
+}  // namespace tool_binding

@@ -1,0 +1,246 @@
+#include "tool_binding/tool_service.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "print_values.hpp"
+
+namespace tool_binding {
+namespace {
+
+struct Index {
+  std::string name;
+};
+struct Search {
+  std::string query;
+  std::int32_t limit;
+  double weight;
+};
+
+Context sample_context() {
+  Context context;
+  context.provide("index", std::make_shared<Index>(Index{"main"}));
+  return context;
+}
+
+Tool failing(std::string name, void (*fail)()) { return tool(std::move(name), "", {}, fail); }
+
+std::vector<Tool> sample_tools() {
+  return {
+      tool("search", "Finds text.",
+           {param<&Search::query>({.synonyms = {"q"}}),
+            param<&Search::limit>({.maximum = 100, .default_ = 20}),
+            param<&Search::weight>({.default_ = 1})},
+           [](const Search& request, const Index& index, Call& call) {
+             if (request.query == "note") call.note("noted");
+             return index.name + ": " + request.query + " " + std::to_string(request.limit);
+           })
+          .with({.title = "Search",
+                 .annotations = {.read_only = true, .open_world = false},
+                 .output_schema = {{"type", "object"}},
+                 .icons = {{.src = "https://a/b.png", .sizes = {"48x48"}}},
+                 .required_capabilities = {{"sampling", Mapping{}}}}),
+      tool(ToolSpec({.name = "named", .params = {{.name = "p", .type = "array"}}}),
+           [](std::optional<List> items) { return items ? Value(*items) : Value(); }, {"p"}),
+      tool(ToolSpec({.name = "by_hand", .params = {{.name = "p", .default_ = "d"}}}),
+           Handler{{{"p"}}, [](Mapping arguments) { return arguments.at("p"); }}),
+      tool("mapping", "", {},
+           [] {
+             return Mapping{{"a", 1}};
+           }),
+      tool("answer", "", {},
+           [] {
+             return Answer{.content = {ImageContent{"i", "image/png"}},
+                           .structured = List{1},
+                           .is_error = true};
+           }),
+      tool("scalar", "", {}, [] { return true; }),
+      tool("nothing", "", {}, [] {}),
+      failing("tool_error", [] { throw ToolError("for the client"); }),
+      failing("runtime_error", [] { throw std::runtime_error("a secret"); }),
+      failing("argument_error", [] { throw ArgumentError("a secret"); }),
+      failing("bad_alloc", [] { throw std::bad_alloc(); }),
+      failing("number", [] { throw 5; }),
+      tool("bad_answer", "", {}, [] { return Answer{.structured = "text"}; }),
+  };
+}
+
+TEST(ToolService, AnswersWhateverComes) {
+  std::vector<std::string> logged;
+  const ToolService service(
+      sample_tools(), sample_context(), {.log = [&logged](const HandlerFault& fault) {
+        logged.push_back(std::string(fault.tool) + " " + std::string(fault.kind) + " " +
+                         std::string(fault.text));
+        throw std::runtime_error("dropped");
+      }});
+  struct Case {
+    std::string tool;
+    Mapping arguments;
+    Outcome outcome;
+    std::string text;
+    std::vector<std::string> notes = {};
+    std::string logged = {};
+    Value structured = {};
+  };
+  const std::string failed = " failed with an internal error";
+  const Case cases[] = {
+      {"search", {{"query", "a"}}, Outcome::answered, "main: a 20"},
+      {"search",
+       {{"q", "note"}, {"limit", "500"}},
+       Outcome::answered,
+       "main: note 100",
+       {"'q' was read as 'query'", "'limit' 500 is above the maximum: 100 was used", "noted"}},
+      {"search",
+       {{"q", "a"}, {"limit", -3000000000}},
+       Outcome::refused,
+       "Parameter 'limit' of search must be a whole number from -2147483648 to 100, not "
+       "-3000000000",
+       {"'q' was read as 'query'"}},
+      {"search",
+       {{"limit", "x"}},
+       Outcome::refused,
+       "Parameter 'limit' of search must be a whole number, not 'x'; search needs 'query'"},
+      {"serch",
+       {},
+       Outcome::no_such_tool,
+       "there is no tool named 'serch'. Did you mean 'search'?"},
+      {"named", {{"p", "1,b"}}, Outcome::answered, "[\"1\", \"b\"]", {}, {}, List{"1", "b"}},
+      {"named", {}, Outcome::answered, ""},
+      {"by_hand", {}, Outcome::answered, "d"},
+      {"mapping", {}, Outcome::answered, "{\"a\": 1}", {}, {}, Mapping{{"a", 1}}},
+      {"answer", {}, Outcome::failed, "[1]", {}, {}, List{1}},
+      {"scalar", {}, Outcome::answered, "true"},
+      {"nothing", {}, Outcome::answered, ""},
+      {"tool_error", {}, Outcome::failed, "for the client"},
+      {"runtime_error",
+       {},
+       Outcome::failed,
+       "runtime_error" + failed,
+       {},
+       "runtime_error std::runtime_error a secret"},
+      {"argument_error",
+       {},
+       Outcome::failed,
+       "argument_error" + failed,
+       {},
+       "argument_error tool_binding::ArgumentError a secret"},
+      {"bad_alloc",
+       {},
+       Outcome::failed,
+       "bad_alloc" + failed,
+       {},
+       "bad_alloc std::bad_alloc std::bad_alloc"},
+      {"number", {}, Outcome::failed, "number" + failed, {}, "number int "},
+      {"bad_answer",
+       {},
+       Outcome::failed,
+       "bad_answer" + failed,
+       {},
+       "bad_answer std::invalid_argument structured content is text, and can be a mapping or a "
+       "list"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.tool + display_form(c.arguments));
+    for (const bool moving : {false, true}) {
+      logged.clear();
+      Mapping given = c.arguments;
+      const ToolAnswer answer =
+          moving ? service.call(c.tool, std::move(given)) : service.call(c.tool, given);
+      EXPECT_EQ(answer.outcome, c.outcome);
+      EXPECT_EQ(answer.is_error(), c.outcome != Outcome::answered);
+      EXPECT_EQ(answer.text(), c.text);
+      EXPECT_EQ(answer.structured, c.structured);
+      EXPECT_EQ(answer.notes, c.notes);
+      EXPECT_EQ(logged,
+                c.logged.empty() ? std::vector<std::string>() : std::vector<std::string>{c.logged});
+      EXPECT_TRUE(moving || given == c.arguments);
+    }
+  }
+  EXPECT_EQ(service.call("answer", {}).content.size(), 2U);
+}
+
+TEST(ToolService, RefusesWhatAdmissionThrows) {
+  const ToolService service(sample_tools(), sample_context());
+  const Value huge = Value::integer_of(std::string(400, '9'));
+  const ToolAnswer overflow = service.call("search", {{"q", "a"}, {"weight", huge}});
+  EXPECT_EQ(overflow.outcome, Outcome::refused);
+  EXPECT_NE(overflow.text().find("'weight' of search"), std::string_view::npos);
+  Mapping nameless;
+  nameless.set(1, 2);
+  EXPECT_EQ(service.call("search", nameless).outcome, Outcome::refused);
+}
+
+TEST(ToolService, HandsTheCallToItsHandler) {
+  struct Seen {
+    Value id;
+    bool stopped = false;
+    std::vector<double> progress;
+  } seen;
+  std::stop_source stop;
+  const ToolService service({tool("t", "", {}, [&seen, &stop](Call& call, std::stop_token token) {
+    stop.request_stop();
+    seen.id = call.request_id();
+    seen.stopped = token.stop_requested() && call.stop_requested();
+    call.progress(1, 2, "half");
+  })});
+  const CallOptions options{
+      .request_id = "seven", .stop = stop.get_token(), .progress = [&seen](const Progress& at) {
+        seen.progress = {at.progress, *at.total};
+      }};
+  EXPECT_FALSE(service.call("t", {}, options).is_error());
+  EXPECT_EQ(seen.id, Value("seven"));
+  EXPECT_TRUE(seen.stopped);
+  EXPECT_EQ(seen.progress, (std::vector<double>{1, 2}));
+}
+
+TEST(ToolService, TellsAllMistakesOfAllToolsAtOnce) {
+  std::vector<Tool> tools = sample_tools();
+  tools.push_back(tools.front());
+  tools.push_back(tool(ToolSpec({.name = "hand"}), Handler{{{"index"}}, {}}));
+  try {
+    const ToolService service(tools, {});
+    FAIL();
+  } catch (const HandlerError& error) {
+    const std::string index(detail::type_name<Index>());
+    const std::string missing = "search: the handler takes const " + index +
+                                "&, and the context has no entry of exactly that type; "
+                                "provide(\"NAME\", std::shared_ptr<" +
+                                index + ">), or take " + index + "*, which may be null";
+    EXPECT_EQ(error.problems(),
+              (std::vector<std::string>{
+                  missing, missing, "hand: the handler is empty",
+                  "hand, 'index': is no parameter of hand, and a service gives a handler of this "
+                  "kind nothing else; capture it, or write a typed handler",
+                  "search: two tools have this name; rename one of them"}));
+  }
+}
+
+TEST(ToolService, PublishesItsToolsWithWhatTheyAre) {
+  const ToolService service(sample_tools(), sample_context());
+  EXPECT_EQ(service.tools_file(), publish_tools(service.tools()));
+  EXPECT_EQ(read_tools(service.tools_file()).tools.front(), service.tools().at("search"));
+  const List wire = service.wire_tools();
+  ASSERT_EQ(wire.size(), service.tools().size());
+  Mapping first = wire.front().as_mapping();
+  EXPECT_EQ(first.at("name"), Value("search"));
+  EXPECT_EQ(first.at("title"), Value("Search"));
+  EXPECT_TRUE(first.at("inputSchema").is_mapping());
+  EXPECT_EQ(first.at("outputSchema"), Value(Mapping{{"type", "object"}}));
+  EXPECT_EQ(first.at("annotations"),
+            Value(Mapping{{"readOnlyHint", true}, {"openWorldHint", false}}));
+  EXPECT_EQ(first.at("icons"),
+            Value(List{Mapping{{"src", "https://a/b.png"}, {"sizes", Value(List{"48x48"})}}}));
+  EXPECT_EQ(wire.back().as_mapping().find("title"), nullptr);
+  EXPECT_TRUE(service.info("search")->required_capabilities.contains("sampling"));
+  EXPECT_EQ(service.info("other"), nullptr);
+}
+
+}  // namespace
+}  // namespace tool_binding
