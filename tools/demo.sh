@@ -3,7 +3,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-tools/setup.sh cmake ninja-build g++ libcli11-dev zlib1g-dev
+tools/setup.sh cmake ninja-build g++ libcli11-dev zlib1g-dev libre2-dev pkg-config
 cmake --preset release
 cmake --build --preset release
 echo

@@ -5,7 +5,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-tools/setup.sh cmake ninja-build g++ clang nlohmann-json3-dev libcli11-dev zlib1g-dev libgtest-dev \
+tools/setup.sh cmake ninja-build g++ clang nlohmann-json3-dev libcli11-dev zlib1g-dev libre2-dev git libgtest-dev \
   libicu-dev rapidjson-dev unicode-data python3-minimal pkg-config
 # The end-to-end tests of the server install the protocol's clients.
 command -v npm >/dev/null || tools/setup.sh nodejs npm

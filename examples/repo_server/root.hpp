@@ -1,0 +1,60 @@
+#ifndef REPO_SERVER_ROOT_HPP_
+#define REPO_SERVER_ROOT_HPP_
+
+// A directory that no path leads out of.
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace repo_server {
+
+// Owns a descriptor.
+class Descriptor {
+ public:
+  explicit Descriptor(int number = -1) noexcept : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+  ~Descriptor();
+
+  [[nodiscard]] int get() const noexcept { return number_; }
+  [[nodiscard]] explicit operator bool() const noexcept { return number_ >= 0; }
+
+ private:
+  int number_;
+};
+
+// Everything is opened beneath a descriptor of the root, by the kernel's own rule where it has one
+// (openat2), so that no `..`, no absolute path and no symbolic link leads out of it, not even one
+// that is made while a path is followed. Links inside the root are followed only by that rule.
+class Root {
+ public:
+  // Throws std::system_error when it is no directory that can be read.
+  explicit Root(const std::filesystem::path& path);
+
+  [[nodiscard]] int descriptor() const noexcept { return directory_.get(); }
+  [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+  // What is at a path relative to the root, opened for reading; it never blocks. Throws ToolError,
+  // with the path in it, when there is none or it leads out of the root.
+  [[nodiscard]] Descriptor open(std::string_view path) const;
+
+ private:
+  std::filesystem::path path_;
+  Descriptor directory_;
+};
+
+[[nodiscard]] struct stat status_of(const Descriptor& file);
+
+// A name as it is, or quoted and escaped where it holds anything that is not printable.
+[[nodiscard]] std::string shown_name(std::string_view name);
+
+}  // namespace repo_server
+
+#endif  // REPO_SERVER_ROOT_HPP_
