@@ -18,6 +18,17 @@ if(TOOL_BINDING_BUILD_NLOHMANN_JSON)
     COMPONENT nlohmann_json)
 endif()
 
+# A shared server library is found beside the core's, whose component it needs.
+if(TOOL_BINDING_BUILD_SERVER)
+  install(TARGETS tool_binding_server EXPORT tool_bindingServerTargets
+    RUNTIME COMPONENT server
+    LIBRARY COMPONENT server
+    ARCHIVE COMPONENT server)
+  install(DIRECTORY server/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT server)
+  install(EXPORT tool_bindingServerTargets NAMESPACE tool_binding:: DESTINATION ${package_dir}
+    COMPONENT server)
+endif()
+
 configure_package_config_file(cmake/tool_bindingConfig.cmake.in
   ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tool_bindingConfigVersion.cmake
@@ -28,6 +39,11 @@ cmake_path(APPEND pc_libdir "${CMAKE_INSTALL_LIBDIR}")
 set(pc_includedir "\${prefix}")
 cmake_path(APPEND pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
 configure_file(cmake/tool_binding.pc.in ${PROJECT_BINARY_DIR}/tool_binding.pc @ONLY)
+if(TOOL_BINDING_BUILD_SERVER)
+  configure_file(cmake/tool_binding_server.pc.in ${PROJECT_BINARY_DIR}/tool_binding_server.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/tool_binding_server.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT server)
+endif()
 install(FILES
   ${PROJECT_BINARY_DIR}/tool_bindingConfig.cmake
   ${PROJECT_BINARY_DIR}/tool_bindingConfigVersion.cmake

@@ -21,7 +21,7 @@
 namespace tool_binding {
 
 // A value of the request: copied out of a request that stays the caller's, moved out of one that
-// was handed over. Moved at most once, and only when nothing can refuse it any more.
+// was moved in. Moved at most once, and only when nothing can refuse it any more.
 class Argument_ {
  public:
   Argument_(const Value& value) noexcept : value_(value) {}
@@ -111,7 +111,7 @@ void _missing(const ToolSpec& spec, const std::optional<std::string_view>& actio
 [[nodiscard]] Coercion_ _string(Argument_ argument);
 [[nodiscard]] Coercion_ _array(Argument_ argument);
 
-// What stands for each of the five type words, in their order. A parameter of any other type throws
+// The row of each of the five type words, in their order. A parameter of any other type throws
 // std::out_of_range: it is a fault of the registry, not of the request.
 template <class Entry>
 struct TypeTable_ {

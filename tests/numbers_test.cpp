@@ -14,7 +14,6 @@
 #include <string>
 
 #include "print_values.hpp"
-#include "value/name_hash.hpp"
 
 namespace tool_binding {
 namespace {
@@ -132,17 +131,6 @@ TEST(Numbers, ConvertExactlyOrNotAtAll) {
   for (const double none : {infinity, -infinity, std::nan("")}) {
     EXPECT_THROW(static_cast<void>(to_integer(none)), std::overflow_error);
     EXPECT_FALSE(is_whole(none));
-  }
-}
-
-// No pair of names is known to collide whatever the process's keys are.
-TEST(NameHash, HasTwoKeys) {
-  std::mt19937_64 random(2);
-  for (int i = 0; i < 100; ++i) {
-    const std::uint64_t first = random();
-    const std::uint64_t second = random();
-    EXPECT_NE(words_hash(first, second), words_hash(~second, ~first));
-    EXPECT_NE(words_hash(first, second), words_hash(second, first));
   }
 }
 

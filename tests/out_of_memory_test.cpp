@@ -1,5 +1,5 @@
 // Each allocation of a call is made to fail in turn: std::bad_alloc comes out and nothing else,
-// nothing leaks, what was only lent is as it was, and the next call answers as ever.
+// nothing leaks, what was only borrowed is as it was, and the next call answers as ever.
 
 #include <gtest/gtest.h>
 

@@ -95,23 +95,5 @@ TEST(RoundTrip, ValuesAndTheirTextsComeOutAsTheyCameIn) {
   }
 }
 
-TEST(RoundTrip, DeclaredTextKeepsEveryByte) {
-  constexpr std::string_view pieces[] = {"a",      {"\0", 1}, "\n",   "\x1f",         " ",
-                                         "\x80",   "\xce",    "\xa3", "\xed\xa0\x80", "\u202e",
-                                         "\u3000", "\u0130",  "\"",   "\xff\xfe"};
-  const ToolSpec tool({.name = "t",
-                       .params = {{.name = "s", .blank_is_value = true},
-                                  {.name = "l", .type = "array", .items_type = "string"}}});
-  Random random(6);
-  for (int round = 0; round < 50'000; ++round) {
-    const std::string text = random.text_of(pieces);
-    const Mapping sent{{"s", text}, {"l", List{text}}};
-    Mapping admitted = normalize_arguments(tool, sent).arguments();
-    ASSERT_EQ(admitted, sent);
-    ASSERT_EQ(normalize_arguments(tool, Mapping(sent)).arguments(), sent);
-    ASSERT_EQ(bind_arguments(tool, std::move(admitted)), sent);
-  }
-}
-
 }  // namespace
 }  // namespace tool_binding

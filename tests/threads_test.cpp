@@ -25,7 +25,7 @@ TEST(Threads, GetTheAnswersOfOneThread) {
     all.back() = json_text(publish_tools(read));
     return all;
   };
-  // Nothing is atomic but the start, lest it orders what would race.
+  // Nothing is atomic but the start: more would order what could race.
   std::vector<std::vector<std::string>> first_answers(8);
   std::vector<int> changed(first_answers.size());
   std::latch start(8);

@@ -58,6 +58,10 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
   write("good.json", good_tools);
   write("bad.json", bad_tools);
   write("empty.json", "");
+  run("",
+      "</dev/null; echo '{\"tool\": \"status\"}' | gzip >cut.gz; "
+      "printf '\\037\\213 no gzip' >faulty.gz; "
+      "echo '{\"tool\": \"status\"}' | gzip >>cut.gz; truncate -s -9 cut.gz");
   write("broken.json", "[\n  {'name': 1}]");
   write("admitted", "\n \t\r\n{\"tool\": \"t\", \"arguments\": {\"a\": \"5\"}}");
   write("refused", "{\"tool\": \"t\"}\nx\n{\"tool\": \"v\"}\n");
@@ -101,6 +105,23 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
       {"--schema refused", "", 2, "", "excludes"},
       {"--tools good.json --check --display", "", 2, "", "excludes"},
       {"--unknown", "", 2, "", "--unknown"},
+      {"--tols good.json", "", 2, "", "Did you mean --tools?"},
+      {"--tools good.json --jobs 3 refused", "", 1, "\n{\"tool\": null, ", "1 warning"},
+      {"--tools good.json --calls-only refused", "", 1, R"({"tool": "v", "error")", "1 warning"},
+      {"--jobs 2 cut.gz", "", 2, R"({"tool": "status", "arguments": {})", "ends too early"},
+      {"--jobs 2 faulty.gz", "", 2, "", "the compressed data is faulty"},
+      {"--call search q=a limit:=900 n=5", "", 0,
+       "  'limit' 900 is above the maximum: 200 was used\n  'n' was left out", ""},
+      {"--call search limit=many", "", 1, "  Parameter 'limit' of search must be a whole", ""},
+      {"--call search 'q:=['", "", 2, "", "'q:=[': invalid JSON at byte 2"},
+      {"--call search q", "", 2, "", "'q' is no argument: give NAME=TEXT, or NAME:=JSON"},
+      {"--call serach", "", 2, "", "Did you mean 'search'?"},
+      {"--list", "", 0, "    limit  integer, from 1 to 200; default 20; also max_results, n\n", ""},
+      {"--complete branches", "", 0, "action=\nbranch=\n", ""},
+      {"--complete ''", "", 0, "read_file\n", ""},
+      {"--merge good.json", "", 2, "", "good.json is no report: its \"lines\" is missing"},
+      {"--report text --display", "", 2, "", "excludes"},
+      {"--report xml", "", 2, "", "xml"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.arguments + " " + c.redirections);

@@ -14,6 +14,20 @@
 namespace tool_binding::tool_admit {
 namespace {
 
+struct Answer {
+  std::string line;
+  bool is_admitted;
+};
+
+// The answers to a line.
+Answer answer_line(std::string_view line, bool display) {
+  Answerer answerer(false, display);
+  std::string out;
+  const bool is_admitted = answerer.answer(line, out);
+  out.pop_back();
+  return {std::move(out), is_admitted};
+}
+
 class AnswerLine : public testing::Test {
  protected:
   void SetUp() override { set_tools(builtin_tools()); }
@@ -26,8 +40,10 @@ TEST_F(AnswerLine, IsAsWritten) {
   for (const DataCase& c : cases) {
     SCOPED_TRACE(c.lines[0]);
     const Answer answer = answer_line(c.lines[0], c.section[0] == "== --display");
-    EXPECT_EQ(answer.line, c.lines.at(1));
-    EXPECT_EQ(answer.is_admitted, !parse_json(answer.line).as_mapping().contains("error"));
+    std::string expected = c.lines.at(1);
+    for (std::size_t i = 2; i < c.lines.size(); ++i) expected += '\n' + c.lines[i];
+    EXPECT_EQ(answer.line, expected);
+    EXPECT_EQ(answer.is_admitted, expected.find("\"error\": {\"type\"") == expected.npos);
   }
   EXPECT_GT(cases.size(), 10U);
 }

@@ -25,7 +25,7 @@ class ToolBinding : public testing::Test {
   void SetUp() override { set_tools(sample_tools()); }
 };
 
-// What admission makes of a request, as one line; the same whether it is copied or handed over, and
+// What admission makes of a request, as one line; the same whether it is copied or moved, and
 // a request that is only read stays as it was.
 std::string answer(ToolRef tool, const Mapping& request) {
   const Mapping before = request;
@@ -260,7 +260,7 @@ TEST_F(ToolBinding, OffersNoEmptyName) {
 // What would break a line or turn its direction is escaped in whatever message shows a value.
 // (Names stand as the client spelt them, and so does an action in the note that it was read.)
 TEST_F(ToolBinding, EscapesWhatWouldBreakALine) {
-  const auto told = [](const std::string& text) {
+  const auto noted = [](const std::string& text) {
     return answer("search", {{"limit", text},
                              {"ratio", text},
                              {"deep", text},
@@ -272,7 +272,7 @@ TEST_F(ToolBinding, EscapesWhatWouldBreakALine) {
                              {"tags", Mapping{{"k", text}}}}) +
            answer("branches", {{"action", text}}) + answer("branches", {{"action", List{text}}});
   };
-  const std::string pattern = told("a@b");
+  const std::string pattern = noted("a@b");
   EXPECT_EQ(std::count(pattern.begin(), pattern.end(), '@'), 11);
   constexpr std::pair<char32_t, char32_t> hidden[] = {
       {0, 0x1F}, {0x7F, 0x9F}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
@@ -287,7 +287,7 @@ TEST_F(ToolBinding, EscapesWhatWouldBreakALine) {
       append_utf8(character, each);
       std::string expected;
       for (const char c : pattern) expected += c == '@' ? std::string(escape) : std::string(1, c);
-      ASSERT_EQ(told("a" + character + "b"), expected);
+      ASSERT_EQ(noted("a" + character + "b"), expected);
       const Mapping clamped{{"query", "x"}, {"limit", "500" + character}};
       ASSERT_EQ(answer("search", clamped).find(character), std::string::npos);
     }

@@ -189,7 +189,7 @@ TEST(ReadTools, FollowsUnionsAsDeepAsTheyAreNested) {
   EXPECT_EQ(reading.tools[0].params()[0], ParamSpec{.name = "p"});
 }
 
-// Whatever stands where, a tool is either refused or published as it was read.
+// Whatever it contains, a tool is either refused or published as it was read.
 TEST(ReadTools, TakesAnyValueAnywhere) {
   List odd =
       parse_json(R"([null, true, 5, -1, 2.5, "", "a", "null", [], ["a"], {"type": "string"}])")
@@ -255,7 +255,7 @@ TEST(WireSchema, SaysInSentencesWhatNoPlainKeywordCan) {
             R"("limit": {"type": "integer", "minimum": 1, "default": 9}, )"
             R"("x-filter": {"type": "object", "properties": {"x-kept": {"type": "string"}}, )"
             R"("default": {"x-kept": 3}, "anyOf": [{"items": {"const": {"x-kept": 6}}}]}}})");
-  const Mapping strict = wire_schema(tool, {.additional_properties = true, .defaults = false});
+  const Mapping strict = wire_schema(tool, {.forbids_additional_properties = true, .defaults = false});
   EXPECT_EQ(strict.at("additionalProperties"), Value(false));
   const Mapping& properties = strict.at("properties").as_mapping();
   EXPECT_EQ(json_text(properties.at("limit")),

@@ -10,6 +10,12 @@ echo '-- generated tables'
 python3 tools/generate_unicode_tables.py --output "$work/tables.inc"
 cmp "$work/tables.inc" src/unicode/tables.inc
 
+# Whether a user's server answers.
+answers() {
+  request='{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}}'
+  echo "$request" | "$1" | grep -q '"package_test"' || { echo "$1 does not answer"; exit 1; }
+}
+
 for shared in OFF ON; do
   echo "-- users of an installed copy, BUILD_SHARED_LIBS=$shared"
   prefix=$work/prefix-$shared
@@ -28,6 +34,7 @@ for shared in OFF ON; do
     cmake --build "$work/user-$shared"
   } >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
   "$work/user-$shared/user"
+  answers "$work/user-$shared/server"
   cmp LICENSE "$prefix/share/doc/tool_binding/LICENSE"
   PKG_CONFIG_PATH=$found_in/pkgconfig
   export PKG_CONFIG_PATH
@@ -35,6 +42,10 @@ for shared in OFF ON; do
   g++ -std=c++20 tests/package/user.cpp $(pkg-config --define-variable=prefix="$prefix" --cflags \
     --libs tool_binding) -o "$work/by-pkg-config"
   LD_LIBRARY_PATH=$found_in "$work/by-pkg-config"
+  # shellcheck disable=SC2046
+  g++ -std=c++20 tests/package/server.cpp $(pkg-config --define-variable=prefix="$prefix" --cflags \
+    --libs tool_binding_server) -o "$work/server-by-pkg-config"
+  (export LD_LIBRARY_PATH="$found_in"; answers "$work/server-by-pkg-config")
 done
 
 echo '-- a user who adds the source tree'
@@ -43,4 +54,5 @@ echo '-- a user who adds the source tree'
   cmake --build "$work/subdirectory"
 } >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 "$work/subdirectory/user"
+answers "$work/subdirectory/server"
 echo '-- all checks passed'

@@ -4,7 +4,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-tools/setup.sh cmake ninja-build g++ nlohmann-json3-dev libcli11-dev libgtest-dev libicu-dev rapidjson-dev unicode-data \
+tools/setup.sh cmake ninja-build g++ nlohmann-json3-dev libcli11-dev zlib1g-dev libgtest-dev libicu-dev rapidjson-dev unicode-data \
   pkg-config gcovr
 build=${BUILD:-build/coverage}
 cmake --preset coverage -B "$build" >/dev/null

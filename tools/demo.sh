@@ -3,7 +3,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-tools/setup.sh cmake ninja-build g++ libcli11-dev
+tools/setup.sh cmake ninja-build g++ libcli11-dev zlib1g-dev
 cmake --preset release
 cmake --build --preset release
 echo

@@ -5,8 +5,10 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-tools/setup.sh cmake ninja-build g++ clang nlohmann-json3-dev libcli11-dev libgtest-dev \
+tools/setup.sh cmake ninja-build g++ clang nlohmann-json3-dev libcli11-dev zlib1g-dev libgtest-dev \
   libicu-dev rapidjson-dev unicode-data python3-minimal pkg-config
+# The end-to-end tests of the server install the protocol's clients.
+command -v npm >/dev/null || tools/setup.sh nodejs npm
 for preset in ${PRESETS:-dev clang asan tsan}; do
   cmake --preset "$preset"
   cmake --build --preset "$preset"

@@ -1,21 +1,13 @@
 #include "answer.hpp"
 
-#include <exception>
 #include <new>
 #include <stdexcept>
 #include <utility>
 
-#include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 
 namespace tool_binding::tool_admit {
 namespace {
-
-// A line of JSON that is no request.
-class RequestError : public std::invalid_argument {
- public:
-  using std::invalid_argument::invalid_argument;
-};
 
 struct ErrorType {
   bool (*is_type_of)(const std::exception& error);
@@ -44,73 +36,90 @@ std::string_view type_of(const std::exception& error) {
   return "RegistryError";
 }
 
-std::string_view message_of(const std::exception& error) {
-  if (is<std::bad_alloc>(error)) return "the request needs more memory than there is";
-  const auto* refusal = dynamic_cast<const ArgumentError*>(&error);
-  return refusal != nullptr ? refusal->message() : error.what();
+bool append_error(std::string& out, const Value& tool, std::string_view type,
+                  std::string_view message) {
+  append_json(out += R"({"tool": )", tool);
+  append_json(out += R"(, "error": {"type": )", type);
+  append_json(out += R"(, "message": )", message);
+  out += "}}\n";
+  return false;
 }
 
-[[noreturn]] void refuse(std::string_view what, const Value& found, std::string_view advice) {
-  throw RequestError(std::string(what) + " is of kind " + std::string(kind_name(found.kind())) +
-                     ": send " + std::string(advice));
-}
-
-Mapping members_of(Value request) {
-  if (Mapping* members = request.if_mapping()) return std::move(*members);
-  refuse("the request", request, R"(an object, {"tool": NAME, "arguments": {...}})");
-}
-
-std::string tool_of(const Mapping& members) {
-  for (const std::string_view member : {"tool", "name"}) {
-    const Value* tool = members.find(member);
-    if (tool == nullptr || tool->is_none()) continue;
-    if (const auto name = tool->if_text()) return std::string(*name);
-    refuse('"' + std::string(member) + '"', *tool, "the tool's name as text");
+void append_notes(std::string& out, const std::vector<std::string>& notes) {
+  std::string_view separator = "";
+  for (const std::string& note : notes) {
+    append_json(out += std::exchange(separator, ", "), note);
   }
-  throw RequestError(R"(the request names no tool: send {"tool": NAME, "arguments": {...}})");
-}
-
-Mapping arguments_of(Mapping& members) {
-  Value* arguments = members.find("arguments");
-  if (arguments == nullptr || arguments->is_none()) return {};
-  if (Mapping* given = arguments->if_mapping()) return std::move(*given);
-  refuse("\"arguments\"", *arguments, "an object, {PARAMETER: VALUE, ...}");
-}
-
-Value shown(Mapping mapping, bool display) {
-  Value value = std::move(mapping);
-  return display ? Value(display_form(value)) : value;
-}
-
-Mapping admit(const std::string& tool, Mapping arguments, bool display) {
-  NormalizedArguments admitted = normalize_arguments(tool, std::move(arguments));
-  List notes(admitted.notes().begin(), admitted.notes().end());
-  Mapping bound = bind_arguments(tool, admitted.arguments());
-  Mapping answer;
-  answer.set("tool", tool);
-  answer.set("arguments", shown(std::move(admitted).arguments(), display));
-  answer.set("notes", std::move(notes));
-  answer.set("alias_hit", admitted.alias_hit());
-  answer.set("bound", shown(std::move(bound), display));
-  return answer;
 }
 
 }  // namespace
 
-Answer answer_line(std::string_view line, bool display) {
-  Value tool;
-  try {
-    Mapping members = members_of(parse_json(line));
-    const std::string name = tool_of(members);
-    tool = name;
-    return {json_text(admit(name, arguments_of(members), display)), true};
-  } catch (const std::exception& error) {
-    Mapping answer{{"tool", std::move(tool)}, {"error", Mapping()}};
-    Mapping& reported = answer.find("error")->get_mapping();
-    reported.set("type", type_of(error));
-    reported.set("message", message_of(error));
-    return {json_text(std::move(answer)), false};
+AnswerError answer_error(const std::exception& error) {
+  if (is<std::bad_alloc>(error)) {
+    return {"RequestError", "the request needs more memory than there is"};
   }
+  const auto* refusal = dynamic_cast<const ArgumentError*>(&error);
+  return {type_of(error), std::string(refusal != nullptr ? refusal->message() : error.what())};
+}
+
+LineKind LineReader::read_line(std::string_view line, std::string& why) {
+  try {
+    return read_calls(reader_.read(line), calls_, why);
+  } catch (const std::exception& error) {  // JsonError, or std::bad_alloc
+    why = answer_error(error).message;
+    // A log may hold lines of text beside its messages; one that begins as a message was meant so.
+    return calls_only_ && line[line.find_first_not_of(" \t\r")] != '{' ? LineKind::other
+                                                                       : LineKind::calls;
+  }
+}
+
+std::vector<Call>& LineReader::read(std::string_view line) {
+  calls_.clear();
+  std::string why;
+  const LineKind kind = read_line(line, why);
+  if (calls_.empty() && (kind == LineKind::calls || !calls_only_)) {
+    calls_.push_back({.error = std::move(why)});
+  }
+  return calls_;
+}
+
+bool Answerer::answer(std::string_view line, std::string& out) {
+  bool are_admitted = true;
+  for (Call& call : lines_.read(line)) are_admitted = answer_call(call, out) && are_admitted;
+  return are_admitted;
+}
+
+bool Answerer::answer_call(Call& call, std::string& out) const {
+  const Value tool = call.tool ? Value(*call.tool) : Value();
+  if (call.error) return append_error(out, tool, "RequestError", *call.error);
+  const std::size_t size = out.size();
+  try {
+    return admit(call, out);
+  } catch (const std::exception& error) {
+    out.resize(size);
+    const AnswerError answer = answer_error(error);
+    return append_error(out, tool, answer.type, answer.message);
+  }
+}
+
+bool Answerer::admit(Call& call, std::string& out) const {
+  const ToolRef tool(*call.tool);
+  Admission admission = try_normalize_arguments(tool, std::move(call.arguments));
+  if (!admission) return append_error(out, *call.tool, "ArgumentError", admission.error());
+  NormalizedArguments admitted = *std::move(admission);
+  append_json(out += R"({"tool": )", *call.tool);
+  append_shown(out += R"(, "arguments": )", admitted.arguments());
+  append_notes(out += R"(, "notes": [)", admitted.notes());
+  out += admitted.alias_hit() ? R"(], "alias_hit": true, "bound": )"
+                              : R"(], "alias_hit": false, "bound": )";
+  append_shown(out, bind_arguments(tool, std::move(admitted).arguments()));
+  out += "}\n";
+  return true;
+}
+
+void Answerer::append_shown(std::string& out, const Mapping& mapping) const {
+  if (display_) return append_json(out, display_form(mapping));
+  append_json(out, mapping);
 }
 
 }  // namespace tool_binding::tool_admit

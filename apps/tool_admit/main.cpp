@@ -1,9 +1,13 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "program.hpp"
+#include "tool_binding/utils/nearest_name.hpp"
 #include "tool_binding/version.hpp"
 
 namespace {
@@ -15,15 +19,19 @@ constexpr const char* purpose =
     "handler gets them, or with what is wrong with them.";
 
 constexpr const char* footer = R"(A request:   {"tool": NAME, "arguments": {...}}
-             "name" is read where "tool" is absent; "arguments" may be left out;
-             other members are ignored, and so are blank lines
+             "name" is read where "tool" is absent, "input" where "arguments" is; both may be
+             left out; other members are ignored, and so are blank lines
+         or  {"function": {"name": NAME, "arguments": {...} or JSON TEXT}}
+         or  {"method": "tools/call", "params": {"name": NAME, "arguments": {...}}}
+         or  {"tool_calls": [REQUEST, ...]}, {"content": [BLOCK, ...]}: each request in turn
 Its answer:  {"tool": NAME, "arguments": {...}, "notes": [...], "alias_hit": BOOLEAN,
               "bound": {...}}
          or  {"tool": NAME, "error": {"type": TYPE, "message": TEXT}}
              TYPE is ArgumentError, KeyError (no such tool), OverflowError, RequestError
              (the line is no request) or RegistryError (the tool is badly declared)
-Exit status: 0 when all requests were admitted, 1 when some were refused, 2 for wrong usage,
-             a file that cannot be read, and a tools file with errors)";
+Exit status: 0 when all requests were admitted or a report was written, 1 when some were
+             refused, 2 for wrong usage, a file that cannot be read, and a tools file with
+             errors)";
 
 std::string version() {
   return "tool_admit " + std::to_string(TOOL_BINDING_VERSION_MAJOR) + '.' +
@@ -31,12 +39,40 @@ std::string version() {
          std::to_string(TOOL_BINDING_VERSION_PATCH);
 }
 
+// What the program does instead of answering; one of them at a time.
+std::vector<CLI::Option*> add_modes(CLI::App& app, Options& options, CLI::Option* tools) {
+  return {
+      app.add_option("--report", options.report,
+                     "Count what the requests come to, instead of answering them")
+          ->type_name("text|json|html")
+          ->check(CLI::IsMember({"text", "json", "html"})),
+      app.add_option("--call", options.call,
+                     "Admit one typed request: a tool, then NAME=TEXT or NAME:=JSON for each "
+                     "argument")
+          ->type_name("TOOL [NAME=TEXT]"),
+      app.add_flag("--list", options.list, "Show the tools and exit"),
+      app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit"),
+      app.add_flag("--check", options.check,
+                   "Show the errors and warnings of the tools file and exit")
+          ->needs(tools),
+      app.add_option("--complete", options.complete)->group(""),
+  };
+}
+
+void exclude_each_other(const std::vector<CLI::Option*>& options) {
+  for (std::size_t i = 0; i < options.size(); ++i) {
+    for (std::size_t j = i + 1; j < options.size(); ++j) options[i]->excludes(options[j]);
+  }
+}
+
 void add_options(CLI::App& app, Options& options) {
   app.set_version_flag("--version", version(), "Show the version and exit");
   app.set_help_flag("-h,--help", "Show this help and exit");
-  CLI::Option* requests = app.add_option("REQUESTS", options.requests,
-                                         "A file of requests; standard input when it is left out")
-                              ->type_name("FILE");
+  CLI::Option* requests =
+      app.add_option("REQUESTS", options.requests,
+                     "A file of requests, perhaps compressed by gzip; standard input when it is "
+                     "left out")
+          ->type_name("FILE");
   CLI::Option* tools =
       app.add_option("--tools", options.tools,
                      "A file of tools as a tools/list answer carries them; built-in ones when it "
@@ -47,17 +83,63 @@ void add_options(CLI::App& app, Options& options) {
                           ->needs(tools);
   CLI::Option* display = app.add_flag("--display", options.display,
                                       "Answer mappings as text, as messages show values");
-  CLI::Option* schema =
-      app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit");
-  schema->excludes(requests)->excludes(display);
-  app.add_flag("--wire", options.wire, "Write them as clients are shown them, without x- keywords")
-      ->needs(schema);
-  app.add_flag("--check", options.check, "Tell the errors and warnings of the tools file and exit")
-      ->needs(tools)
-      ->excludes(requests)
-      ->excludes(skip)
-      ->excludes(display)
-      ->excludes(schema);
+  CLI::Option* jobs =
+      app.add_option("--jobs", options.jobs, "How many threads answer or count; the order is kept")
+          ->type_name("N")
+          ->check(CLI::Range(1, 1024));
+  CLI::Option* calls_only =
+      app.add_flag("--calls-only", options.calls_only,
+                   "Skip lines that are no call: answers, notifications, other text");
+  const std::vector<CLI::Option*> modes = add_modes(app, options, tools);
+  exclude_each_other(modes);
+  CLI::Option* report = modes.front();
+  report->excludes(display);
+  CLI::Option* values =
+      app.add_flag("--values", options.values,
+                   "Let the report show values of arguments, which may be private")
+          ->needs(report);
+  CLI::Option* propose =
+      app.add_option("--propose", options.propose,
+                     "Write the tools with what the report proposes, and measure on the same file "
+                     "of requests what that admits")
+          ->type_name("FILE")
+          ->needs(report);
+  CLI::Option* merge =
+      app.add_option(
+             "--merge", options.merge,
+             "Add up reports that --report json wrote, one a file or one a line; - is standard "
+             "input")
+          ->type_name("REPORT...");
+  for (CLI::Option* mode : {requests, display, jobs, calls_only, values, propose}) {
+    merge->excludes(mode);
+  }
+  for (std::size_t i = 1; i < modes.size(); ++i) {  // all but the report
+    for (CLI::Option* option : {requests, display, jobs, calls_only, merge}) {
+      modes[i]->excludes(option);
+    }
+  }
+  modes[4]->excludes(skip);
+  app.add_flag("--wire", options.wire,
+               "With --schema: as clients of a server are shown the tools, without x- keywords")
+      ->needs(modes[3]);
+}
+
+// "; did you mean --tools?" for an option that there is not.
+std::string nearest_option(const CLI::App& app, int argc, char** argv) {
+  std::vector<std::string_view> names;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back(name);
+  }
+  for (int i = 1; i < argc; ++i) {
+    std::string_view word = argv[i];
+    if (!word.starts_with("--")) continue;
+    word = word.substr(2, word.find('=') == word.npos ? word.npos : word.find('=') - 2);
+    if (std::find(names.begin(), names.end(), word) != names.end()) continue;
+    if (const auto near = tool_binding::nearest_name(word, names)) {
+      return "Did you mean --" + std::string(*near) + "?\n";
+    }
+  }
+  return "";
 }
 
 }  // namespace
@@ -70,7 +152,11 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : tool_binding::tool_admit::failed;
+    if (app.exit(error) == 0) return 0;
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+      std::cerr << nearest_option(app, argc, argv);
+    }
+    return tool_binding::tool_admit::failed;
   }
   try {
     return tool_binding::tool_admit::run(options);

@@ -1,57 +1,54 @@
 #include "program.hpp"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <atomic>
 #include <cstdint>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "answer.hpp"
+#include "blocks.hpp"
 #include "builtin_tools.hpp"
+#include "counting.hpp"
+#include "jobs.hpp"
+#include "report.hpp"
+#include "requests.hpp"
+#include "terminal.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
 namespace tool_binding::tool_admit {
 namespace {
 
-std::runtime_error unreadable(const std::string& path) {
-  return std::runtime_error("cannot read " + path + ": " + std::generic_category().message(errno));
-}
-
-std::string content_of(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in.is_open()) throw unreadable(path);
+std::string content_of(const std::optional<std::string>& path) {
+  BlockReader reader(path);
   std::string content;
-  std::vector<char> block(1 << 16);
-  while (in.read(block.data(), static_cast<std::streamsize>(block.size())) || in.gcount() > 0) {
-    content.append(block.data(), static_cast<std::size_t>(in.gcount()));
-  }
-  if (in.bad()) throw unreadable(path);
+  for (std::string block; reader.next(block);) content += block;
   return content;
 }
 
 // The tools file.
 
-Value parse_file(const std::string& path) {
-  const std::string content = content_of(path);
+Value parse_content(const std::string& path, std::string_view content) {
   try {
     return parse_json(content);
   } catch (const JsonError& error) {
-    const std::string_view before = std::string_view(content).substr(0, error.byte() - 1);
+    const std::string_view before = content.substr(0, error.byte() - 1);
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
     throw std::runtime_error(path + ":" + std::to_string(line) + ":" + std::to_string(column) +
                              ": " + error.what());
   }
 }
+
+Value parse_file(const std::string& path) { return parse_content(path, content_of(path)); }
 
 void tell(const std::string& path, std::string_view severity,
           const std::vector<SchemaProblem>& problems) {
@@ -80,6 +77,10 @@ std::size_t count_of_tools(const Value& published) {
   return tools != nullptr && tools->is_list() ? tools->get_list().size() : 0;
 }
 
+Value published_tools(const Options& options) {
+  return options.tools ? parse_file(*options.tools) : publish_tools(builtin_tools());
+}
+
 ToolTable load_tools(const Options& options) {
   if (!options.tools) return builtin_tools();
   const std::string& path = *options.tools;
@@ -105,12 +106,12 @@ ToolTable load_tools(const Options& options) {
 
 // Requests and answers.
 
-// How much of a long file has been answered, on a terminal that shows nothing else.
+// How much of a long file has been read, on a terminal that shows nothing else.
 class Progress {
  public:
-  explicit Progress(std::uintmax_t total) : total_(total) {
+  explicit Progress(const BlockReader& reader) : reader_(reader) {
     constexpr std::uintmax_t long_file = 1 << 20;
-    is_shown_ = total > long_file && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
+    is_shown_ = reader.size() > long_file && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
   }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -118,58 +119,134 @@ class Progress {
     if (is_shown_) std::cerr << "\r     \r";
   }
 
-  void add(std::size_t bytes) {
-    done_ += bytes;
-    if (!is_shown_ || done_ * 100 / total_ == percent_) return;
-    percent_ = done_ * 100 / total_;
-    std::cerr << '\r' << percent_ << " %";
+  void show() {
+    if (!is_shown_) return;
+    const std::uintmax_t percent = reader_.position() * 100 / reader_.size();
+    if (percent != std::exchange(percent_, percent)) std::cerr << '\r' << percent << " %";
   }
 
  private:
-  std::uintmax_t total_;
-  std::uintmax_t done_ = 0;
+  const BlockReader& reader_;
   std::uintmax_t percent_ = 0;
   bool is_shown_;
 };
 
-ExitStatus answer_lines(std::istream& in, bool display, bool flushes_each, Progress& progress) {
-  ExitStatus status = succeeded;
-  std::string line;
-  while (std::cout && std::getline(in, line)) {
-    progress.add(line.size() + 1);
-    if (line.find_first_not_of(" \t\r") == line.npos) continue;
-    const Answer answer = answer_line(line, display);
-    if (!answer.is_admitted) status = some_refused;
-    std::cout << answer.line << '\n';
-    if (flushes_each) std::cout.flush();
-  }
-  return status;
+ExitStatus serve(const Options& options) {
+  BlockReader reader(options.requests);
+  Progress progress(reader);
+  std::atomic<bool> are_admitted = true;
+  const auto make_work = [&]() -> BlockWork {
+    return [&, answerer = std::make_shared<Answerer>(options.calls_only, options.display)](
+               std::string_view block, std::string& out) {
+      out.clear();
+      for_each_line(block, [&](std::string_view line) {
+        if (!answerer->answer(line, out)) are_admitted = false;
+      });
+    };
+  };
+  work_on_blocks(reader, options.jobs, make_work, [&](std::string_view answers) {
+    write_out(answers);
+    progress.show();
+  });
+  return are_admitted ? succeeded : some_refused;
 }
 
-ExitStatus serve(const Options& options) {
-  const std::string name = options.requests.value_or("standard input");
-  std::ifstream file;
-  struct stat facts = {};
-  if (options.requests) {
-    file.open(name, std::ios::binary);
-    if (!file.is_open() || stat(name.c_str(), &facts) != 0) throw unreadable(name);
-  } else if (fstat(STDIN_FILENO, &facts) != 0) {
-    throw unreadable(name);
+// Reports.
+
+// By TOOLS, each thread into a report of its own.
+Report counted_requests(const Options& options) {
+  BlockReader reader(options.requests);
+  Progress progress(reader);
+  std::vector<std::shared_ptr<Counter>> counters;
+  const auto make_work = [&]() -> BlockWork {
+    counters.push_back(std::make_shared<Counter>(options.calls_only, options.values));
+    return [counter = counters.back()](std::string_view block, std::string&) {
+      for_each_line(block, [&](std::string_view line) { counter->count(line); });
+    };
+  };
+  work_on_blocks(reader, options.jobs, make_work, [&](std::string_view) { progress.show(); });
+  Report report;
+  for (const auto& counter : counters) report.add(counter->report());
+  return report;
+}
+
+// Counts the log once more, by the tools with the proposals, which TOOLS then are.
+std::optional<Measured> write_proposals(const Options& options, const Report& report) {
+  const Value changed = with_proposals(published_tools(options), proposals(report));
+  std::ofstream file(*options.propose, std::ios::binary);
+  file << json_text(changed) << '\n';
+  if (!file.flush()) throw std::runtime_error("cannot write " + *options.propose);
+  if (!options.requests) {
+    std::cerr << "tool_admit: what the proposals admit is measured on a file alone\n";
+    return std::nullopt;
   }
-  std::istream& in = options.requests ? file : std::cin;
-  const bool is_regular = S_ISREG(facts.st_mode);
-  Progress progress(is_regular ? static_cast<std::uintmax_t>(facts.st_size) : 0);
-  const ExitStatus status = answer_lines(in, options.display, !is_regular, progress);
-  if (in.bad()) throw unreadable(name);
-  return status;
+  set_tools(ToolTable(read_tools(changed).tools));
+  Options again = options;
+  again.values = false;
+  const Report after = counted_requests(again);
+  return Measured{report.requests, report.refused, after.refused};
+}
+
+std::string written(const Report& report, const std::optional<Measured>& measured,
+                    const std::string& format) {
+  if (format == "html") return report_html(report, measured);
+  if (format == "text") return report_text(report, measured);
+  return json_text(report_object(report, measured)) + '\n';
+}
+
+ExitStatus report_requests(const Options& options) {
+  const Report report = counted_requests(options);
+  std::optional<Measured> measured;
+  if (options.propose) measured = write_proposals(options, report);
+  write_out(written(report, measured, *options.report));
+  return succeeded;
+}
+
+// A report in a file of its own, or one on each line, as mappers write them; "-": standard input.
+void add_reports(const std::string& path, Report& whole) {
+  const std::string content = content_of(path == "-" ? std::nullopt : std::optional(path));
+  // A report that is laid out over several lines has none of its members on the first.
+  const bool is_laid_out = content.find_first_not_of(" \t\r\n{") > content.find('\n');
+  if (is_laid_out) return whole.add(read_report(parse_content(path, content)));
+  for_each_line(content,
+                [&](std::string_view line) { whole.add(read_report(parse_content(path, line))); });
+}
+
+ExitStatus merge_reports(const Options& options) {
+  Report whole;
+  for (const std::string& path : options.merge) {
+    try {
+      add_reports(path, whole);
+    } catch (const RequestError& error) {
+      throw std::runtime_error(path + " is " + error.what());
+    }
+  }
+  write_out(written(whole, std::nullopt, options.report.value_or("json")));
+  return succeeded;
+}
+
+ExitStatus answer_typed_call(const Options& options) {
+  const TypedAnswer answer = typed_call(options.call, is_colored());
+  write_out(answer.page);
+  return answer.is_admitted ? succeeded : some_refused;
 }
 
 ExitStatus run_mode(const Options& options) {
   if (options.check) return check_tools(*options.tools);
+  if (!options.merge.empty()) return merge_reports(options);
   set_tools(load_tools(options));
-  if (!options.schema) return serve(options);
-  std::cout << (options.wire ? json_text(wire_tools(TOOLS)) : json_text(publish_tools(TOOLS)))
-            << '\n';
+  if (!options.call.empty()) return answer_typed_call(options);
+  if (options.report) return report_requests(options);
+  if (options.schema) {
+    write_out((options.wire ? json_text(wire_tools(TOOLS)) : json_text(publish_tools(TOOLS))) +
+              '\n');
+  } else if (options.list) {
+    write_out(tool_list(TOOLS, is_colored()));
+  } else if (!options.complete.empty()) {
+    write_out(completions(TOOLS, options.complete));
+  } else {
+    return serve(options);
+  }
   return succeeded;
 }
 
@@ -177,7 +254,6 @@ ExitStatus run_mode(const Options& options) {
 
 ExitStatus run(const Options& options) {
   std::ios::sync_with_stdio(false);
-  std::cin.tie(nullptr);
   const ExitStatus status = run_mode(options);
   if (!std::cout.flush()) throw std::runtime_error("cannot write to standard output");
   return status;

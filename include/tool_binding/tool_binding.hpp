@@ -168,7 +168,7 @@ class TOOL_BINDING_EXPORT Admission {
 
 // Every declared parameter by name, in registry order: the value in `arguments`, else none for a
 // default that differs by action, else the declared default. For a tool with actions, ACTION_PARAM
-// stands first, with the answer of effective_action(). Entries under other names are dropped.
+// comes first, with the answer of effective_action(). Entries under other names are dropped.
 // Values are neither checked nor converted; the second form moves them out of `arguments`.
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, const Mapping& arguments);
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, Mapping&& arguments);

@@ -75,7 +75,7 @@ struct CustomType {
 
 // One parameter.
 struct TOOL_BINDING_EXPORT ParamSpec {
-  std::string name;
+  std::string name = {};
   // Other names by which a request may give the parameter.
   std::vector<std::string> synonyms = {};
   // "integer", "number", "boolean", "string" or "array". With any other word, admitting a value

@@ -110,7 +110,7 @@ struct ToolsReading : ToolProblems {
 struct WireOptions {
   // Whether schemas say "additionalProperties": false, for clients that check what they send.
   // Admission refuses unknown names either way.
-  bool additional_properties = false;
+  bool forbids_additional_properties = false;
   // Whether defaults are keywords; otherwise they are sentences of the descriptions. A default that
   // differs by action is always a sentence.
   bool defaults = true;

@@ -104,7 +104,7 @@ class Integer {
 // moved or destroyed: short text and small numbers stand in the Value itself.
 //
 // Equality: same kind and same content, so that 1 and 1.0 differ; floats compare as numbers do
-// (a not-a-number equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity.
+// (NaN equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity.
 //
 // Cost: 16 bytes. None, booleans, 64-bit integers, floats and text of up to 15 bytes need no
 // allocation; copying anything else copies all that it holds.
@@ -158,7 +158,7 @@ class TOOL_BINDING_EXPORT Value {
     if (this != &other) *this = Value(other);
     return *this;
   }
-  // A value may be replaced by one that stands inside it.
+  // A value may be replaced by one inside it.
   Value& operator=(Value&& other) noexcept {
     const std::array<char, 16> incoming = std::exchange(other.bytes_, {});
     if (owns_heap()) release_heap();
@@ -302,7 +302,7 @@ class TOOL_BINDING_EXPORT Value {
   friend class Mapping;
   friend struct MappingAccess;
 
-  // The tag stands in the last byte; from inline_text on it counts the bytes of the text as well,
+  // The tag is the last byte; from inline_text on it counts the bytes of the text as well,
   // whose unused bytes are zero. A text that fits is always inline, so equal texts look alike.
   enum class Tag : unsigned char {
     none,
@@ -515,7 +515,7 @@ class TOOL_BINDING_EXPORT Mapping {
   // Copying takes all that the entries hold; like Value's, it uses no stack.
   Mapping(const Mapping& other) = default;
   Mapping(Mapping&& other) noexcept = default;
-  // A mapping may be replaced by one that stands inside it.
+  // A mapping may be replaced by one inside it.
   Mapping& operator=(const Mapping& other) { return *this = Mapping(other); }
   Mapping& operator=(Mapping&& other) noexcept {
     Mapping taken(std::move(other));
@@ -557,7 +557,7 @@ class TOOL_BINDING_EXPORT Mapping {
   }
   [[nodiscard]] Value at(std::string_view name) && { return std::move(at(name)); }
 
-  // Returns the value as it stands in the mapping. Throws TypeError when the key is a list or a
+  // Returns the value in the mapping. Throws TypeError when the key is a list or a
   // mapping. Cost: constant, amortised.
   Value& set(Value key, Value value);
 
@@ -593,7 +593,7 @@ class TOOL_BINDING_EXPORT Mapping {
 [[nodiscard]] TOOL_BINDING_EXPORT std::string text_form(const Value& value);
 
 // How a message shows a value: None, True, -7, 2.5, 1e+16, 'text', [1, 'a'], {'a': 1}, <NAME>.
-// Text stands in single quotes, or in double quotes when it holds a single and no double one;
+// Text is shown in single quotes, or in double quotes when it holds a single and no double one;
 // in it, what is not printable is escaped (\t \n \r \xhh \uhhhh \Uhhhhhhhh).
 // Floats: the shortest digits that read back as the same float. Cost: linear in what is shown.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Value& value);

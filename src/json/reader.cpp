@@ -22,7 +22,7 @@ namespace {
 
 enum class Dialect { json, literal };
 
-// What stands around the values of a list or of an object.
+// What encloses the values of a list or of an object.
 enum class Bracket : std::size_t { square, curly, round };
 constexpr char closers[] = {']', '}', ')'};
 

@@ -61,7 +61,7 @@ class Place {
 void warn_of_unread(const Mapping& schema, Keywords read, const Place& place,
                     std::string_view whose = "");
 
-// What stands under a keyword (`value`: null for nothing), or nothing, with an error for a value of
+// The content of a keyword (`value`: null for nothing), or nothing, with an error for a value of
 // another kind. A blank name is an error and left out; a repeated one is reported and kept.
 [[nodiscard]] const Mapping* read_mapping(const Value* value, std::string_view keyword,
                                           const Place& place);
@@ -73,7 +73,7 @@ void warn_of_unread(const Mapping& schema, Keywords read, const Place& place,
 // The entries but null, which only says that the value may be left out.
 [[nodiscard]] List read_entries(const Value* value, const Place& place);
 
-// A property's schema: what stands in it and, where it is a union of one type and null, in that
+// A property's schema: its keywords and, where it is a union of one type and null, in that
 // type's branch. Where both say something, the outer one counts.
 struct Property {
   const Mapping* outer;

@@ -124,7 +124,7 @@ Mapping wire_schema(const ToolSpec& tool, const WireOptions& options) {
   if (!options.defaults) {
     for (Mapping::Entry& entry : properties) move_default(entry.value.as_mapping());
   }
-  if (options.additional_properties) schema.set("additionalProperties", false);
+  if (options.forbids_additional_properties) schema.set("additionalProperties", false);
   return schema;
 }
 

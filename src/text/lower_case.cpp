@@ -50,7 +50,7 @@ std::string lower_cased(std::string_view text) {
   std::string lower;
   lower.reserve(text.size());
   bool after_cased = false;
-  std::size_t open_sigma = none;  // where the last byte stands of a sigma that may need mending
+  std::size_t open_sigma = none;  // the place of the last byte of a sigma that may need mending
   while (!text.empty()) {
     const CodePoint head = first_code_point(text);
     append_lower(lower, head.value, text.substr(0, head.size));

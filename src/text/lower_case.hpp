@@ -14,7 +14,7 @@ namespace tool_binding {
 // Stray bytes stay as they are, and end a word.
 //   lower_cased("\u039f\u03a3 A") == "\u03bf\u03c2 a"
 //
-// Cost: linear in the bytes, whatever stands around sigmas; the result may be longer than the text.
+// Cost: linear in the bytes, whatever is around sigmas; the result may be longer than the text.
 [[nodiscard]] std::string lower_cased(std::string_view text);
 
 }  // namespace tool_binding

@@ -5,7 +5,7 @@
 //
 // The similarity of a candidate to the given name is the Ratcliff/Obershelp ratio: twice the
 // characters that match, divided by the characters of both; 1 for two empty texts. What matches is
-// the longest block of characters that stands in both (of equally long ones the earliest in the
+// the longest block of characters that is in both (of equally long ones the earliest in the
 // candidate, then the earliest in the given name) and, found in the same way, what the parts before
 // it and the parts after it have in common. The texts are not interchangeable: "ab" is similar to
 // "bacb" by 2/3, "bacb" to "ab" by 1/3.
@@ -41,7 +41,7 @@ struct NameCandidate {
   NameCandidate(const std::string& name) noexcept : NameCandidate(std::string_view(name)) {}
 
   std::string_view text;
-  std::string_view declared;  // what the name stands for
+  std::string_view declared;  // what the name denotes
   double size;                // in characters
   bool is_ascii;
 };
@@ -81,7 +81,7 @@ class NearestName {
   }
 
  private:
-  // Bit i stands for character i of the given name, if that is short.
+  // Bit i denotes character i of the given name, if that is short.
   using Positions = std::uint64_t;
   static constexpr std::size_t short_size = 64;
 

@@ -14,7 +14,7 @@
 //                                           or more runs from zero to nine.
 //   LowerRange  {first, last, step, delta}  `first`, every `step`th after it and `last` have a
 //   lower
-//                                           case, which stands `delta` further on.
+//                                           case, which is `delta` further on.
 
 #include <string_view>
 
@@ -22,7 +22,7 @@
 
 namespace tool_binding {
 
-// The same declaration stands in tool_binding/value.hpp, for users of the library.
+// The same declaration is in tool_binding/value.hpp, for users of the library.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string_view unicode_version() noexcept;
 
 // What the functions below answer for code points from U+0080 on.

@@ -27,7 +27,7 @@ CodePoint first_code_point(std::string_view text) noexcept {
   return {value, size};
 }
 
-// The first byte of a sequence never stands inside another one, so what ends here and reads as one
+// The first byte of a sequence is never inside another one, so what ends here and reads as one
 // sequence is read as one from the front of the text too.
 CodePoint last_code_point(std::string_view text) noexcept {
   for (std::size_t size = 2; size <= 4 && size <= text.size(); ++size) {

@@ -55,7 +55,7 @@ struct MappingAccess {
   }
 
   // Whether the names in the mapping are some of those in `all`, in the same order. Of a name that
-  // stands on the heap it answers no.
+  // is on the heap it answers no.
   [[nodiscard]] static bool is_part_of(const Mapping& mapping, const Mapping& all) noexcept {
     auto place = all.entries_.begin();
     for (const Mapping::Entry& entry : mapping.entries_) {
@@ -67,7 +67,7 @@ struct MappingAccess {
   }
 
   // Adds the entries that are missing, each in its place. Preconditions: the mapping is part of
-  // `all` and has no index unless nothing is missing, and of `all` nothing stands on the heap, so
+  // `all` and has no index unless nothing is missing, and of `all` nothing is on the heap, so
   // that the entries are their bytes.
   static void complete(Mapping& mapping, const Mapping& all) {
     auto& entries = mapping.entries_;

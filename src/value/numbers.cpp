@@ -18,7 +18,7 @@ namespace {
 bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // The text with every decimal digit written in ASCII and the underscores between digits dropped.
-// Nothing when an underscore stands elsewhere.
+// Nothing when an underscore is elsewhere.
 std::optional<std::string> plain_digits(std::string_view text) {
   std::string plain;
   plain.reserve(text.size());
@@ -61,7 +61,7 @@ std::optional<double> read_named(std::string_view unsigned_text) {
 }
 
 // Whether a decimal that no float can hold is too large for them, rather than too small: whether
-// its first digit other than zero stands above the point, once the exponent has moved it.
+// its first digit other than zero is before the point, once the exponent has moved it.
 bool is_beyond_range(std::string_view decimal) noexcept {
   const std::size_t exponent_at = std::min(decimal.find_first_of("eE"), decimal.size());
   const std::string_view digits = decimal.substr(0, exponent_at);

@@ -23,19 +23,19 @@ namespace tool_binding {
 // as for integers), an infinity beyond the range of floats. Nothing for any other text.
 [[nodiscard]] std::optional<double> read_float(std::string_view text);
 
-// Orders two numbers, integer or float, by their exact values; a not-a-number is unordered.
+// Orders two numbers, integer or float, by their exact values; NaN is unordered.
 // Throws TypeError when one of them is no number.
 [[nodiscard]] std::partial_ordering compare_numbers(const Value& left, const Value& right);
 
 // A number, integer or float, as an integer: what a float has before its point. Throws
-// std::overflow_error for an infinity and a not-a-number, TypeError for a value that is no number.
+// std::overflow_error for an infinity and NaN, TypeError for a value that is no number.
 [[nodiscard]] Value to_integer(const Value& number);
 
 // A number as the nearest float, ties to even. Throws std::overflow_error for an integer that is
 // too large for every float, TypeError for a value that is no number.
 [[nodiscard]] double to_float(const Value& number);
 
-// Whether a float is a whole number; false for an infinity and a not-a-number.
+// Whether a float is a whole number; false for an infinity and NaN.
 [[nodiscard]] bool is_whole(double number) noexcept;
 
 // Appends a number as display_form shows it.

@@ -311,7 +311,7 @@ class NamedFunction final : public Function {
   void call(Frame& frame) const override { call(frame, std::index_sequence_for<Arguments...>()); }
 
  private:
-  // What stands for a parameter that is not read from the request.
+  // In place of a parameter that is not read from the request.
   struct Nothing {};
   template <class Argument>
   static constexpr bool is_read = Taking<Argument>::taken.role == Role::parameter;

@@ -24,7 +24,7 @@ constexpr std::string_view last_identifier(std::string_view text) noexcept {
   return start == text.npos ? text : text.substr(start + 1);
 }
 
-// What stands between "NAME = " and the end of that entry.
+// The text between "NAME = " and the end of that entry.
 constexpr std::string_view template_argument(std::string_view text, std::string_view name) {
   text.remove_prefix(text.find(name) + name.size());
   const std::size_t end = text.find(';');

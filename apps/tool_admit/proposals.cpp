@@ -1,0 +1,162 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "report.hpp"
+#include "tool_binding/tool_binding.hpp"
+
+namespace tool_binding::tool_admit {
+namespace {
+
+// Names that a tools file may not declare.
+constexpr std::array<std::string_view, 3> reserved_names = {ACTION_PARAM, REPO_ROOT_ARGUMENT,
+                                                            "repo"};
+
+bool can_be_declared(const ToolCounts& tool, std::string_view name) {
+  if (std::find(reserved_names.begin(), reserved_names.end(), name) != reserved_names.end() ||
+      name.find_first_not_of(" \t\r\n") == name.npos) {
+    return false;
+  }
+  return std::none_of(tool.params.begin(), tool.params.end(), [name](const auto& param) {
+    const auto& synonyms = param.second.synonyms;
+    return param.first == name ||
+           std::find(synonyms.begin(), synonyms.end(), name) != synonyms.end();
+  });
+}
+
+// A name means a parameter if nearly all requests with it lacked that parameter, which would have
+// taken the value.
+bool is_meant(const UnknownName& unknown, const Candidate& candidate) {
+  return candidate.fits * 10 >= unknown.count * 9;
+}
+
+// The nearest parameter, else the only one that it can mean; null if it may mean several.
+const std::string* meaning_of(const UnknownName& unknown) {
+  const std::string* meaning = nullptr;
+  int number = 0;
+  for (const auto& [param, candidate] : unknown.candidates) {
+    if (!is_meant(unknown, candidate)) continue;
+    if (unknown.nearest == param) return &param;
+    meaning = &param;
+    ++number;
+  }
+  return number == 1 ? meaning : nullptr;
+}
+
+std::string times(Count count, std::string_view one, std::string_view several) {
+  return std::to_string(count) + ' ' + std::string(count == 1 ? one : several);
+}
+
+void propose_synonyms(const std::string& name, const ToolCounts& tool,
+                      std::vector<Proposal>& proposals) {
+  for (const auto& [sent, unknown] : tool.unknown_names.entries()) {
+    const std::string* meaning = meaning_of(unknown);
+    if (meaning == nullptr || !can_be_declared(tool, sent)) continue;
+    const Candidate& candidate = unknown.candidates.at(*meaning);
+    proposals.push_back({name, *meaning, "x-synonyms", sent, unknown.count,
+                         times(unknown.count, "request", "requests") + " sent '" + sent + "', " +
+                             std::to_string(candidate.missing) + " of them without '" + *meaning +
+                             "', which would have taken " + std::to_string(candidate.fits) +
+                             " of the values"});
+  }
+}
+
+Value bound(double value) {
+  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
+  if (std::trunc(value) == value && std::abs(value) <= exact) {
+    return static_cast<std::int64_t>(value);
+  }
+  return value;
+}
+
+void propose_bounds(const std::string& name, const std::string& param, const ParamCounts& counts,
+                    std::vector<Proposal>& proposals) {
+  if (!counts.beyond) return;
+  const auto propose = [&](std::string_view keyword, Count count, double value,
+                           std::string_view side) {
+    if (count == 0 || !std::isfinite(value)) return;
+    Value widened = bound(value);
+    std::string evidence = times(count, "value was ", "values were ") + std::string(side) +
+                           " the " + std::string(keyword) + ", as far as " + display_form(widened);
+    proposals.push_back(
+        {name, param, std::string(keyword), std::move(widened), count, std::move(evidence)});
+  };
+  propose("minimum", counts.below, counts.beyond->low, "below");
+  propose("maximum", counts.above, counts.beyond->high, "above");
+}
+
+void propose_blank(const std::string& name, const std::string& param, const ParamCounts& counts,
+                   std::vector<Proposal>& proposals) {
+  if (counts.blank_only == 0) return;
+  proposals.push_back({name, param, "x-blank-is-value", true, counts.blank_only,
+                       times(counts.blank_only, "request was", "requests were") +
+                           " refused only for a blank '" + param + "'"});
+}
+
+// Applying them.
+
+List* tools_of(Value& published) {
+  if (Mapping* object = published.if_mapping()) {
+    Value* tools = object->find("tools");
+    return tools != nullptr ? tools->if_list() : nullptr;
+  }
+  return published.if_list();
+}
+
+Mapping* object_at(Mapping& object, std::string_view name) {
+  Value* member = object.find(name);
+  return member != nullptr ? member->if_mapping() : nullptr;
+}
+
+Mapping* property_of(List& tools, const Proposal& proposal) {
+  for (Value& item : tools) {
+    Mapping* tool = item.if_mapping();
+    const Value* name = tool != nullptr ? tool->find("name") : nullptr;
+    if (name == nullptr || name->if_text() != proposal.tool) continue;
+    Mapping* schema = object_at(*tool, "inputSchema");
+    Mapping* properties = schema != nullptr ? object_at(*schema, "properties") : nullptr;
+    return properties != nullptr ? object_at(*properties, proposal.parameter) : nullptr;
+  }
+  return nullptr;
+}
+
+void apply(Mapping& property, const Proposal& proposal) {
+  if (proposal.keyword != "x-synonyms") {
+    property.set(proposal.keyword, proposal.value);
+    return;
+  }
+  Value* synonyms = property.find("x-synonyms");
+  if (synonyms == nullptr || !synonyms->is_list()) {
+    synonyms = &property.set("x-synonyms", List());
+  }
+  synonyms->get_list().push_back(proposal.value);
+}
+
+}  // namespace
+
+std::vector<Proposal> proposals(const Report& report) {
+  std::vector<Proposal> proposals;
+  for (const auto& [name, tool] : report.tools) {
+    propose_synonyms(name, tool, proposals);
+    for (const auto& [param, counts] : tool.params) {
+      propose_bounds(name, param, counts, proposals);
+      propose_blank(name, param, counts, proposals);
+    }
+  }
+  std::stable_sort(
+      proposals.begin(), proposals.end(),
+      [](const Proposal& left, const Proposal& right) { return left.count > right.count; });
+  return proposals;
+}
+
+Value with_proposals(Value published, const std::vector<Proposal>& proposals) {
+  List* tools = tools_of(published);
+  for (const Proposal& proposal : proposals) {
+    Mapping* property = tools != nullptr ? property_of(*tools, proposal) : nullptr;
+    if (property != nullptr) apply(*property, proposal);
+  }
+  return published;
+}
+
+}  // namespace tool_binding::tool_admit

@@ -1,0 +1,220 @@
+#include "tool_binding/stdio.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "line_buffer.hpp"
+#include "output_queue.hpp"
+#include "workers.hpp"
+
+namespace tool_binding {
+namespace {
+
+// A copy that child processes do not inherit; -1 where the descriptor is closed.
+int private_copy(int descriptor) {
+  constexpr int first_free = 3;
+  const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, first_free);
+  if (copy < 0 && errno != EBADF) throw std::system_error(errno, std::generic_category(), "fcntl");
+  return copy;
+}
+
+void point_to_nothing(int descriptor) {
+  const int nothing = open("/dev/null", O_RDWR);
+  if (nothing < 0) throw std::system_error(errno, std::generic_category(), "/dev/null");
+  if (nothing == descriptor) return;
+  dup2(nothing, descriptor);
+  close(nothing);
+}
+
+// Nobody may read standard error: a line that cannot be written at once is dropped.
+void log_to_standard_error(const std::string& server, std::string_view line) {
+  pollfd standard_error{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&standard_error, 1, 0) != 1 || (standard_error.revents & POLLOUT) == 0) return;
+  const std::string text = server + ": " + std::string(line) + '\n';
+  [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
+}
+
+// False when nobody reads any more.
+bool write_all(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN) {  // the client made its end, and so ours, non-blocking
+      pollfd writable{descriptor, POLLOUT, 0};
+      poll(&writable, 1, -1);
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+int poll_time(std::optional<Workers::Clock::duration> time) {
+  if (!time) return -1;
+  const auto whole = std::chrono::ceil<std::chrono::milliseconds>(*time).count();
+  return static_cast<int>(std::clamp<std::int64_t>(whole, 0, std::numeric_limits<int>::max()));
+}
+
+// The threads around a session: this one reads, one writes, the workers call handlers.
+class Loop {
+ public:
+  Loop(int input, int output, const ToolService& service, ServerOptions options,
+       const StdioOptions& stdio)
+      : input_(input),
+        output_(output),
+        stdio_(stdio),
+        session_(service, std::move(options)),
+        lines_(stdio.line_limit),
+        answers_(stdio.output_limit),
+        workers_(stdio.workers, stdio.time_limit, [this](const ServerCall& call) { run(call); }),
+        writer_([this] { write(); }) {}
+
+  void serve();
+
+ private:
+  enum class Event : std::uint8_t { input, end, nobody_reads, deadline };
+
+  [[nodiscard]] Event wait(int time);
+  [[nodiscard]] bool read_some();
+  void take(const LineBuffer::Line& line);
+  void run(const ServerCall& call) noexcept;
+  void expire_overdue();
+  void write();
+  void end(bool has_reader);
+
+  const int input_;
+  const int output_;
+  const StdioOptions stdio_;
+  ServerSession session_;
+  LineBuffer lines_;
+  OutputQueue answers_;
+  Workers workers_;
+  std::mutex written_mutex_;
+  std::condition_variable written_;
+  bool has_written_ = false;
+  std::jthread writer_;
+};
+
+void Loop::serve() {
+  Event event = Event::deadline;
+  while (event == Event::deadline || event == Event::input) {
+    event = wait(poll_time(workers_.time_to_next()));
+    expire_overdue();
+    if (event == Event::input && !read_some()) event = Event::end;
+  }
+  if (event == Event::end) {
+    if (const auto line = lines_.rest()) take(*line);
+  }
+  end(event == Event::end);
+}
+
+// What a client has sent before it went away is not read: nobody would read the answers.
+Loop::Event Loop::wait(int time) {
+  std::array<pollfd, 2> polled = {{{input_, POLLIN, 0}, {output_, 0, 0}}};
+  if (input_ < 0) return Event::end;
+  if (poll(polled.data(), polled.size(), time) < 0) return Event::deadline;  // a signal
+  if (polled[1].revents != 0) return Event::nobody_reads;
+  return polled[0].revents != 0 ? Event::input : Event::deadline;
+}
+
+bool Loop::read_some() {
+  std::array<char, std::size_t{64} << 10> bytes;
+  const ssize_t count = read(input_, bytes.data(), bytes.size());
+  if (count < 0) return errno == EINTR || errno == EAGAIN;
+  lines_.append({bytes.data(), static_cast<std::size_t>(count)});
+  while (const auto line = lines_.next()) take(*line);
+  return count > 0;
+}
+
+void Loop::take(const LineBuffer::Line& line) {
+  if (line.is_too_long) return answers_.push(session_.too_long(stdio_.line_limit));
+  if (line.text.find_first_not_of(" \t\r") == line.text.npos) return;
+  Received received = session_.receive(line.text);
+  for (const std::string& answer : received.answers) answers_.push(answer);
+  for (ServerCall& call : received.calls) workers_.push(std::move(call));
+}
+
+void Loop::run(const ServerCall& call) noexcept {
+  const std::string answer =
+      session_.run(call, [this](const std::string& line) { answers_.push_if_room(line); });
+  if (!answer.empty()) answers_.push(answer);
+}
+
+void Loop::expire_overdue() {
+  for (const ServerCall& call : workers_.take_overdue()) {
+    const std::string answer = session_.expire(call, stdio_.time_limit);
+    if (!answer.empty()) answers_.push(answer);
+  }
+}
+
+void Loop::write() {
+  for (std::string lines; answers_.take(lines);) {
+    if (write_all(output_, lines)) continue;
+    answers_.break_off();
+    break;
+  }
+  const std::lock_guard lock(written_mutex_);
+  has_written_ = true;
+  written_.notify_all();
+}
+
+// Threads that do not end in time still use what would be destroyed, here and in the program.
+void Loop::end(bool has_reader) {
+  workers_.close();
+  bool has_ended = has_reader && workers_.wait_for_end(stdio_.drain_time);
+  session_.cancel_all();
+  if (!has_reader) answers_.break_off();
+  has_ended = has_ended || workers_.wait_for_end(stdio_.stop_time);
+  answers_.close();
+  std::unique_lock lock(written_mutex_);
+  const bool is_done = written_.wait_for(lock, stdio_.stop_time, [&] { return has_written_; });
+  if (!has_ended || !is_done) std::_Exit(EXIT_SUCCESS);
+}
+
+}  // namespace
+
+StdioTransport::StdioTransport() : input_(private_copy(STDIN_FILENO)) {
+  output_ = private_copy(STDOUT_FILENO);
+  if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) point_to_nothing(STDOUT_FILENO);
+  point_to_nothing(STDIN_FILENO);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+StdioTransport::~StdioTransport() {
+  for (const int descriptor : {input_, output_}) {
+    if (descriptor >= 0) close(descriptor);
+  }
+}
+
+int StdioTransport::serve(const ToolService& service, ServerOptions options,
+                          const StdioOptions& stdio) {
+  if (!options.log) {
+    options.log = [name = options.name](std::string_view line) {
+      log_to_standard_error(name, line);
+    };
+  }
+  Loop(input_, output_, service, std::move(options), stdio).serve();
+  return EXIT_SUCCESS;
+}
+
+int serve_stdio(const ToolService& service, ServerOptions options, const StdioOptions& stdio) {
+  return StdioTransport().serve(service, std::move(options), stdio);
+}
+
+}  // namespace tool_binding

@@ -1,0 +1,89 @@
+#include "workers.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace tool_binding {
+
+Workers::Workers(std::size_t count, std::chrono::milliseconds time_limit, Run run)
+    : most_threads_(8 * std::max<std::size_t>(count, 1)),
+      time_limit_(time_limit),
+      run_(std::move(run)) {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < most_threads_ / 8; ++i) start_one();
+}
+
+void Workers::start_one() {
+  Worker& worker = workers_.emplace_back();
+  worker.thread = std::jthread([this, &worker] { work(worker); });
+  ++running_;
+}
+
+void Workers::work(Worker& worker) {
+  while (take_next(worker)) run_(*worker.call);
+  const std::lock_guard lock(mutex_);
+  --running_;
+  ended_.notify_all();
+}
+
+bool Workers::take_next(Worker& worker) {
+  std::unique_lock lock(mutex_);
+  worker.call.reset();
+  if (worker.is_replaced) return false;
+  pushed_.wait(lock, [&] { return closed_ || !waiting_.empty(); });
+  if (waiting_.empty()) return false;
+  worker.call = std::move(waiting_.front());
+  waiting_.pop_front();
+  worker.deadline = Clock::now() + time_limit_;
+  return true;
+}
+
+void Workers::push(ServerCall call) {
+  const std::lock_guard lock(mutex_);
+  waiting_.push_back(std::move(call));
+  pushed_.notify_one();
+}
+
+std::vector<ServerCall> Workers::take_overdue() {
+  if (time_limit_.count() == 0) return {};
+  std::vector<ServerCall> overdue;
+  const std::lock_guard lock(mutex_);
+  const Clock::time_point now = Clock::now();
+  for (Worker& worker : workers_) {
+    if (!worker.call || worker.is_replaced || worker.deadline > now) continue;
+    overdue.push_back(*worker.call);
+    if (running_ >= most_threads_) {
+      worker.deadline = now + time_limit_;
+      continue;
+    }
+    worker.is_replaced = true;
+    start_one();
+  }
+  return overdue;
+}
+
+std::optional<Workers::Clock::duration> Workers::time_to_next() {
+  if (time_limit_.count() == 0) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  const Clock::time_point now = Clock::now();
+  std::optional<Clock::duration> least;
+  if (!waiting_.empty()) least = time_limit_;
+  for (const Worker& worker : workers_) {
+    if (!worker.call || worker.is_replaced) continue;
+    least = std::min(least.value_or(Clock::duration::max()), worker.deadline - now);
+  }
+  return least;
+}
+
+void Workers::close() {
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  pushed_.notify_all();
+}
+
+bool Workers::wait_for_end(std::chrono::milliseconds time) {
+  std::unique_lock lock(mutex_);
+  return ended_.wait_for(lock, time, [&] { return running_ == 0; });
+}
+
+}  // namespace tool_binding

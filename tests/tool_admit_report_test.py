@@ -1,0 +1,226 @@
+"""Counts of tool_admit's report against those of the log's maker, which knows what it put in.
+
+Usage: tool_admit_report_test.py TOOL_ADMIT
+"""
+
+import gzip
+import html.parser
+import json
+import pathlib
+import random
+import subprocess
+import sys
+import tempfile
+from collections import Counter
+
+PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
+HOSTILE = ['<script>alert(1)</script>', '"><img src=x onerror=alert(1)>', "a\u0000b\u001b[31m", "</style>&lt;"]
+
+# A fault or change: what it does to the arguments, and the kinds that it counts for.
+SEARCH = {
+    "synonym": (lambda a: a.update(n=a.pop("limit", 7)), ("changes", "synonym")),
+    "from_text": (lambda a: a.update(case_sensitive="yes"), ("changes", "from_text")),
+    "clamped": (lambda a: a.update(limit=1000), ("changes", "clamped")),
+    "unknown": (lambda a: a.update(colour="red"), ("problems", "unknown_name")),
+    "hostile": (lambda a: a.update({random.choice(HOSTILE): 1}), ("problems", "unknown_name")),
+    "wrong_type": (lambda a: a.update(paths=5), ("problems", "wrong_type")),
+    "enumeration": (lambda a: a.update(mode="fuzzy"), ("problems", "enumeration")),
+    "missing": (lambda a: a.pop("query"), ("problems", "missing")),
+}
+BRANCHES = {
+    "action_synonym": (lambda a: a.update(action="ls"), ("changes", "action_synonym")),
+    "default_action": (lambda a: a.pop("action"), ("changes", "default_action")),
+    "unknown_action": (lambda a: a.update(action="explode"), ("problems", "unknown_action")),
+}
+FORMS = [
+    lambda tool, arguments: {"tool": tool, "arguments": arguments},
+    lambda tool, arguments: {"name": tool, "input": arguments},
+    lambda tool, arguments: {"function": {"name": tool, "arguments": json.dumps(arguments)}},
+    lambda tool, arguments: {"jsonrpc": "2.0", "id": 1, "method": "tools/call",
+                             "params": {"name": tool, "arguments": arguments}},
+    lambda tool, arguments: {"tool_calls": [{"function": {"name": tool, "arguments": arguments}}]},
+    lambda tool, arguments: {"content": [{"type": "text", "text": "so"},
+                                         {"type": "tool_use", "name": tool, "input": arguments}]},
+]
+NO_CALLS = ['{"jsonrpc": "2.0", "id": 1, "result": {}}', '{"jsonrpc": "2.0", "method": "tools/list"}',
+            '{"role": "user", "content": "hello"}', "2024-05-31 started"]
+
+
+def outcome_of(kinds):
+    if any(where == "problems" for where, _ in kinds):
+        return "refused"
+    return "admitted_with_changes" if kinds else "admitted_as_sent"
+
+
+def make_log(size):
+    """The lines, and the counts by (tool, where, kind); tool "" for the whole."""
+    lines, counts = [], Counter()
+    for _ in range(size):
+        counts["", "lines"] += 1
+        choice = random.random()
+        if choice < 0.05:
+            lines.append(random.choice(NO_CALLS))
+            counts["", "skipped"] += 1
+            continue
+        counts["", "requests"] += 1
+        if choice < 0.1:
+            lines.append(json.dumps({"tool": "serach", "arguments": {}}))
+            counts["", "refused"] += 1
+            counts["", "unknown_tool"] += 1
+            continue
+        tool, arguments, table = random.choice([
+            ("search", {"query": "x", "limit": 5}, SEARCH), ("branches", {"action": "list"}, BRANCHES)])
+        most = 1 if tool == "branches" else 3
+        names = random.sample(sorted(table), random.randint(0, most))
+        if "synonym" in names and "clamped" in names:
+            names.remove("clamped")  # the declared name would leave the synonym out
+        kinds = set()
+        for name in names:
+            change, kind = table[name]
+            change(arguments)
+            kinds.add(kind)
+        outcome = outcome_of(kinds)
+        for name in arguments:
+            if name == "colour" or name in HOSTILE:
+                counts[tool, "unknown", name] += 1
+        for key in ("", tool):
+            counts[key, outcome] += 1
+        counts[tool, "requests"] += 1
+        where = "problems" if outcome == "refused" else "changes"
+        for kind in kinds:
+            if kind[0] == where:
+                counts[(tool, *kind)] += 1
+        lines.append(json.dumps(random.choice(FORMS)(tool, arguments)))
+    return lines, counts
+
+
+def run(*arguments, **options):
+    done = subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, **options)
+    assert done.returncode == 0, done.stderr
+    return done.stdout
+
+
+def check_counts(report, counts):
+    for member in ("lines", "skipped", "requests", "admitted_as_sent", "admitted_with_changes",
+                   "refused", "unknown_tool"):
+        assert report[member] == counts["", member], member
+    assert report["unknown_tools"] == [
+        {"name": "serach", "count": counts["", "unknown_tool"], "nearest": "search"}]
+    for tool in ("search", "branches"):
+        counted = report["tools"][tool]
+        for member in ("requests", "admitted_as_sent", "admitted_with_changes", "refused"):
+            assert counted[member] == counts[tool, member], (tool, member)
+        for where in ("changes", "problems"):
+            for kind, count in counted[where].items():
+                assert count == counts[tool, where, kind], (tool, where, kind, count)
+        names = {name["name"]: name["count"] for name in counted["unknown_names"]}
+        assert names == {key[2]: count for key, count in counts.items()
+                         if key[:2] == (tool, "unknown")}
+        listed = [(-name["count"], name["name"].encode()) for name in counted["unknown_names"]]
+        assert listed == sorted(listed)
+
+
+class Page(html.parser.HTMLParser):
+    """The tags, attributes and figures of a page."""
+
+    def __init__(self, text):
+        super().__init__()
+        self.tags, self.attributes, self.figures, self.term = Counter(), set(), {}, ""
+        self.cell = None
+        self.feed(text)
+
+    def handle_starttag(self, tag, attrs):
+        self.tags[tag] += 1
+        self.attributes.update(name for name, _ in attrs)
+        self.cell = tag
+
+    def handle_data(self, data):
+        if self.cell == "dt" and data.strip():
+            self.term = data
+        elif self.cell == "dd" and data.strip():
+            self.figures[self.term] = int(data)
+
+
+def check_page(page, report):
+    parsed = Page(page)
+    for tag in ("script", "img", "iframe", "object"):
+        assert parsed.tags[tag] == 0, tag
+    assert not any(name.startswith("on") for name in parsed.attributes)
+    for member in ("lines", "skipped", "requests", "admitted_as_sent", "admitted_with_changes", "refused"):
+        assert parsed.figures[member.replace("_", " ")] == report[member], member
+    for tool in report["tools"].values():
+        for name in tool["unknown_names"]:
+            assert f'<td class="n">{name["count"]}</td>' in page
+    assert "\x00" not in page and "\x1b" not in page
+
+
+def check_proposals(log, directory, report):
+    patched = directory / "patched.json"
+    measured = json.loads(run("--calls-only", "--report", "json", "--propose", patched, log))["measured"]
+    assert measured["refused"] == report["refused"]
+    again = json.loads(run("--tools", patched, "--calls-only", "--report", "json", log))
+    assert again["refused"] == measured["refused_with_proposals"]
+    run("--tools", patched, "--check")
+
+
+def main():
+    random.seed(16)
+    lines, counts = make_log(5000)
+    with tempfile.TemporaryDirectory() as name:
+        directory = pathlib.Path(name)
+        log = directory / "log.jsonl"
+        log.write_text("\n".join(lines) + "\n")
+        compressed = directory / "log.jsonl.gz"
+        half = len(lines) // 2  # two members, one after the other
+        compressed.write_bytes(b"".join(gzip.compress(("\n".join(part) + "\n").encode())
+                                        for part in (lines[:half], lines[half:])))
+        options = ("--calls-only", "--report", "json")
+        whole = run(*options, log)
+        report = json.loads(whole)
+        check_counts(report, counts)
+        for other in (("--jobs", 3, log), (compressed,), ("--jobs", 2, compressed)):
+            assert run(*options, *other) == whole, other
+        assert run(*options, input=log.read_bytes()) == whole
+        for word in ("red", "fuzzy", "1000"):
+            assert word not in whole.decode().replace("colour", ""), word
+        check_page(run("--calls-only", "--report", "html", log).decode(), report)
+        check_proposals(log, directory, report)
+        # Map and reduce: a report of each shard, then one of all, in any order.
+        subprocess.run(["split", "-n", "r/7", log, directory / "shard-"], check=True)
+        subprocess.run(
+            f"ls shard-* | xargs -P 2 -I @ sh -c '\"$0\" --calls-only --report json @ >@.report' "
+            f"'{PROGRAM}'", shell=True, check=True, cwd=directory)
+        parts = sorted(directory.glob("*.report"))
+        assert len(parts) == 7
+        for _ in range(3):
+            random.shuffle(parts)
+            assert run("--merge", *parts) == whole
+        assert run("--merge", "-", input=b"".join(part.read_bytes() for part in parts)) == whole
+        half_way = directory / "half.json"
+        half_way.write_bytes(run("--merge", *parts[:3]))
+        half_way.write_text(json.dumps(json.loads(half_way.read_bytes()), indent=2))
+        assert run("--merge", *parts[3:], half_way) == whole
+        check_cap(directory)
+
+
+def check_cap(directory):
+    """Beyond the cap parts still add up to the whole, and a near name keeps its exact count."""
+    names = [f"junk_{n:05}" for n in range(3000)] + ["qeury"] * 500
+    random.shuffle(names)
+    lines = [json.dumps({"tool": "search", "arguments": {"query": "x", name: 1}}) for name in names]
+    parts = []
+    for number in range(2):
+        part = directory / f"part{number}"
+        part.write_text("\n".join(lines[number::2]))
+        parts.append(directory / f"part{number}.json")
+        parts[-1].write_bytes(run("--report", "json", part))
+    (directory / "all").write_text("\n".join(lines))
+    whole = run("--report", "json", directory / "all")
+    assert run("--merge", *parts) == whole
+    counted = json.loads(whole)["tools"]["search"]
+    assert counted["unknown_names"][0]["count"] == 500
+    assert len(counted["unknown_names"]) == 1000
+    assert sum(name["count"] for name in counted["unknown_names"]) + counted["unknown_names_beyond_cap"] == 3500
+
+
+main()
