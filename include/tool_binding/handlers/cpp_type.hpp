@@ -330,11 +330,20 @@ bool read_one(Value& value, T& into) {
   }
 }
 
+template <class T>
+bool read_value(Value& from, T& into) {
+  return read_one(from, into);
+}
+template <class T, class Allocator>
+bool read_value(Value& from, std::vector<T, Allocator>& into);
+template <class T>
+bool read_value(Value& from, std::optional<T>& into);
+
 // Where a T is read to: a T, or an optional where a type with a reader has no default.
 template <class T>
 struct Held {
   T value{};
-  bool read(Value& from) { return read_one(from, value); }
+  bool read(Value& from) { return read_value(from, value); }
   T&& taken() noexcept { return std::move(value); }
 };
 template <class T>
@@ -353,34 +362,28 @@ bool read_item(Value& item, Held<T>& held) {
 }
 
 template <class T, class Allocator>
-struct Held<std::vector<T, Allocator>> {
-  std::vector<T, Allocator> value;
-  bool read(Value& from) {
-    List* items = from.if_list();
-    if (items == nullptr) return false;
-    value.reserve(items->size());
-    for (Value& item : *items) {
-      Held<T> held;
-      if (!read_item(item, held)) return false;
-      value.push_back(held.taken());
-    }
-    return true;
+bool read_value(Value& from, std::vector<T, Allocator>& into) {
+  List* items = from.if_list();
+  if (items == nullptr) return false;
+  into.clear();
+  into.reserve(items->size());
+  for (Value& item : *items) {
+    Held<T> held;
+    if (!read_item(item, held)) return false;
+    into.push_back(held.taken());
   }
-  std::vector<T, Allocator>&& taken() noexcept { return std::move(value); }
-};
+  return true;
+}
 
 template <class T>
-struct Held<std::optional<T>> {
-  std::optional<T> value;
-  bool read(Value& from) {
-    if (from.is_none()) return true;
-    Held<T> held;
-    const bool is_read = held.read(from);
-    if (is_read) value.emplace(held.taken());
-    return is_read;
-  }
-  std::optional<T>&& taken() noexcept { return std::move(value); }
-};
+bool read_value(Value& from, std::optional<T>& into) {
+  into.reset();
+  if (from.is_none()) return true;
+  Held<T> held;
+  const bool is_read = held.read(from);
+  if (is_read) into.emplace(held.taken());
+  return is_read;
+}
 
 template <class T>
 constexpr CppType described() {

@@ -195,12 +195,12 @@ class TOOL_BINDING_EXPORT Frame {
       : plan_(plan), bound_(bound), entries_(std::to_address(bound.begin())), call_(call) {}
 
   // Whether the value could be read; otherwise it is refused.
-  template <class T>
-  bool read(std::size_t slot, Held<T>& into) {
+  template <class Read>
+  bool read(std::size_t slot, const Read& read_from) {
     const Slot& of = plan_.slots[slot];
     Value& value = entries_[of.place].value;
     if (value.is_none() && !of.action_defaults.empty()) value = action_default(of);
-    const bool is_read = into.read(value);
+    const bool is_read = read_from(value);
     if (!is_read) refuse(of, value);
     return is_read;
   }
@@ -321,7 +321,7 @@ class NamedFunction final : public Function {
 
   template <class T>
   static void read(Frame& frame, std::size_t slot, Held<T>& held) {
-    frame.read(slot, held);
+    frame.read(slot, [&held](Value& from) { return held.read(from); });
   }
   static void read(Frame&, std::size_t, Nothing&) noexcept {}
 
@@ -362,8 +362,7 @@ Member<Struct> member_of(T Struct::*pointer) {
   Member<Struct> member{[](Frame& frame, std::size_t slot, const MemberBytes& bytes, Struct& into) {
                           T Struct::*to;
                           std::memcpy(&to, bytes.data(), sizeof to);
-                          Held<T> held;
-                          if (frame.read(slot, held)) into.*to = held.taken();
+                          frame.read(slot, [&](Value& from) { return read_value(from, into.*to); });
                         },
                         {}};
   std::memcpy(member.bytes.data(), &pointer, sizeof pointer);
