@@ -51,6 +51,9 @@ TEST(Numbers, AreReadAndShownAsTheCLibraryDoes) {
     if (i % 4 == 0) {  // mostly among those that are shown without an exponent
       int exponent = 0;
       number = std::ldexp(std::frexp(number, &exponent), static_cast<int>(random() % 80) - 20);
+    } else if (i % 4 == 1) {  // few decimals, and floats next to such ones
+      number = static_cast<double>(random() >> (random() % 64)) / std::pow(10, random() % 6);
+      for (auto steps = random() % 3; steps > 0; --steps) number = std::nextafter(number, 0);
     }
     const std::string shown = display_form(number);
     ASSERT_EQ(shown, plainly_shown(number));

@@ -52,11 +52,11 @@ class EventWalk {
   }
   void enter(const List& list) {
     static_cast<void>(events_.begin_list(list));
-    open_.push_back({&list, nullptr});
+    open({&list, nullptr});
   }
   void enter(const Mapping& mapping) {
     static_cast<void>(events_.begin_mapping(mapping));
-    open_.push_back({nullptr, &mapping});
+    open({nullptr, &mapping});
   }
   void finish() {
     while (!open_.empty()) open_.back().list != nullptr ? step_in_list() : step_in_mapping();
@@ -68,6 +68,14 @@ class EventWalk {
     const Mapping* mapping;
     std::size_t next = 0;
   };
+
+  // Few values are nested deeper than this, and most that are not leaves need one allocation.
+  static constexpr std::size_t usual_depth = 8;
+
+  void open(Open container) {
+    if (open_.empty()) open_.reserve(usual_depth);
+    open_.push_back(container);
+  }
 
   void step_in_list() {
     Open& open = open_.back();

@@ -50,9 +50,26 @@ class Output {
   }
 
  private:
+  // Most pieces are short, and a call of memcpy for each takes longer than their bytes.
   void append(std::string_view piece) {
-    std::memcpy(buffer_.data() + used_, piece.data(), piece.size());
-    used_ += piece.size();
+    char* const to = buffer_.data() + used_;
+    const std::size_t size = piece.size();
+    if (size > 16 || size < 2) {
+      std::memcpy(to, piece.data(), size);
+    } else if (size >= 8) {
+      copy_ends<8>(to, piece);
+    } else if (size >= 4) {
+      copy_ends<4>(to, piece);
+    } else {
+      copy_ends<2>(to, piece);
+    }
+    used_ += size;
+  }
+  // The first and the last bytes, which overlap unless the piece is twice as long.
+  template <std::size_t count>
+  static void copy_ends(char* to, std::string_view piece) noexcept {
+    std::memcpy(to, piece.data(), count);
+    std::memcpy(to + piece.size() - count, piece.data() + piece.size() - count, count);
   }
   void put_large(std::string_view piece) {
     flush();

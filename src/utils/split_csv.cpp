@@ -15,8 +15,11 @@ namespace {
 constexpr std::size_t usual_items = 64;  // commas alone make no items
 constexpr std::size_t none = std::string_view::npos;
 
-bool is_bracket(char c) noexcept { return c == '[' || c == ']' || c == '{' || c == '}'; }
-bool is_bracket_or_comma(char c) noexcept { return c == ',' || is_bracket(c); }
+// Objects, not functions, so that searches have them inline.
+constexpr auto is_bracket = [](char c) noexcept {
+  return c == '[' || c == ']' || c == '{' || c == '}';
+};
+constexpr auto is_bracket_or_comma = [](char c) noexcept { return c == ',' || is_bracket(c); };
 
 // The first place from `start` on of a character of that kind, or the text's size.
 template <class Predicate>
@@ -26,29 +29,16 @@ std::size_t find(std::string_view text, std::size_t start, Predicate belongs) no
 }
 
 // The square and curly brackets of a text. A closing one pairs with the innermost open one, if that
-// is of its kind. Whether two pair depends on nothing but what is between them.
+// is of its kind. Whether two pair depends on nothing but what is between them. Most texts have
+// none: they are looked for when the first is met.
 class Brackets {
  public:
-  explicit Brackets(std::string_view text) : text_(text) {
-    std::vector<std::size_t> open;
-    for (std::size_t at = find(text, 0, is_bracket); at < text.size();
-         at = find(text, at + 1, is_bracket)) {
-      const std::size_t index = brackets_.size();
-      brackets_.push_back({at, none});
-      if (text[at] == '[' || text[at] == '{') {
-        open.push_back(index);
-      } else if (!open.empty() &&
-                 text[brackets_[open.back()].at] == (text[at] == ']' ? '[' : '{')) {
-        brackets_[index].partner = brackets_[open.back()].at;
-        brackets_[open.back()].partner = at;
-        open.pop_back();
-      }
-    }
-  }
+  explicit Brackets(std::string_view text) noexcept : text_(text) {}
 
   // Where the bracket at that place has its partner, or `none`. Places must not decrease from call
   // to call.
   std::size_t partner_of(std::size_t at) {
+    if (brackets_.empty()) pair_up();
     skip_to(at);
     return brackets_[next_].partner;
   }
@@ -66,6 +56,23 @@ class Brackets {
     std::size_t at;
     std::size_t partner;
   };
+
+  void pair_up() {
+    std::vector<std::size_t> open;
+    for (std::size_t at = find(text_, 0, is_bracket); at < text_.size();
+         at = find(text_, at + 1, is_bracket)) {
+      const std::size_t index = brackets_.size();
+      brackets_.push_back({at, none});
+      if (text_[at] == '[' || text_[at] == '{') {
+        open.push_back(index);
+      } else if (!open.empty() &&
+                 text_[brackets_[open.back()].at] == (text_[at] == ']' ? '[' : '{')) {
+        brackets_[index].partner = brackets_[open.back()].at;
+        brackets_[open.back()].partner = at;
+        open.pop_back();
+      }
+    }
+  }
 
   void skip_to(std::size_t at) noexcept {
     while (brackets_[next_].at < at) ++next_;

@@ -217,6 +217,32 @@ void append_integer(std::string& out, const Integer& integer) {
   out.append(buffer.data(), written.ptr);
 }
 
+namespace {
+
+// Appends a number of few digits and up to three decimals, as most are that clients send. A decimal
+// of up to 15 digits reads back as itself, so no other of so few is the same float: it is the
+// shortest. Answers whether the number was such a one.
+bool append_few_decimals(std::string& out, double magnitude) {
+  constexpr double beyond = 1e15;
+  std::int64_t power = 1;
+  for (int decimals = 0; decimals <= 3; ++decimals, power *= 10) {
+    const auto factor = static_cast<double>(power);
+    if (magnitude * factor >= beyond) return false;
+    const auto scaled = static_cast<std::int64_t>(magnitude * factor + 0.5);
+    if (static_cast<double>(scaled) / factor != magnitude) continue;
+    append_integer(out, Integer(scaled / power));
+    std::array<char, 5> fraction = {'.', '0'};
+    for (std::int64_t rest = scaled % power, i = decimals; i > 0; --i, rest /= 10) {
+      fraction[static_cast<std::size_t>(i)] = static_cast<char>('0' + rest % 10);
+    }
+    out.append(fraction.data(), static_cast<std::size_t>(std::max(decimals, 1)) + 1);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 // std::to_chars finds the shortest digits; where the point goes is decided here.
 void append_float(std::string& out, double number) {
   if (std::isnan(number)) {
@@ -229,6 +255,7 @@ void append_float(std::string& out, double number) {
     return;
   }
   const double magnitude = std::fabs(number);
+  if (append_few_decimals(out, magnitude)) return;
   const bool is_plain = magnitude == 0 || (magnitude >= 1e-4 && magnitude < 1e16);
   std::array<char, 32> buffer;
   const auto written =
