@@ -32,7 +32,7 @@ class TextForm {
   std::string shown_;
 };
 
-bool is_blank_text(const Value& value) noexcept {
+inline bool is_blank_text(const Value& value) noexcept {
   return value.is_text() && is_blank(value.get_text());
 }
 
@@ -117,12 +117,16 @@ void Normalizing_::take(const Value& key, Argument_ argument) {
   if (!is_declared && !_read_synonym(param, name)) return;
   Value coerced = param.admits(value) ? argument.take() : _coerced(param, argument);
   if (coerced.is_none()) {
-    if (is_declared) _named.insert(param.spec.name);
+    if (is_declared) _refused(param);
   } else if (alias_hit) {
     MappingAccess::set(arguments, param.key, std::move(coerced));
   } else {  // a declared name, as all before it, and none comes twice
     MappingAccess::append(arguments, param.key, std::move(coerced));
   }
+}
+
+[[gnu::cold]] void Normalizing_::_refused(const ParamIndex& param) {
+  _named.insert(param.spec.name);
 }
 
 void Normalizing_::_note(Pieces pieces) {

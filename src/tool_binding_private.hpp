@@ -81,6 +81,7 @@ class Normalizing_ {
 
  private:
   void _settle();
+  void _refused(const ParamIndex& param);
   void _note(Pieces pieces);
   void _problem(Pieces pieces);
   [[nodiscard]] Coercion_ _converted(const ParamIndex& param, const Argument_& argument) const;
