@@ -130,7 +130,7 @@ class PlainLiteral {
 
   static bool is_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
-  // The first character that is no white space, which is removed; zero at the end.
+  // The first character that is not white space, which is removed; zero at the end.
   char next() {
     while (!rest_.empty() && std::string_view(" \t\r\n").find(rest_[0]) != rest_.npos) {
       rest_.erase(0, 1);

@@ -34,7 +34,7 @@ TEST(ParseJson, ReadsEveryKindExactly) {
       {"0." + std::string(400, '0') + "1e401", 1.0},
       {"1e-400", 0.0},
       {R"("\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00e9\U0001f600"},
-      {R"("12 \" 1e999 \\")", "12 \" 1e999 \\"},  // digits in text are no number
+      {R"("12 \" 1e999 \\")", "12 \" 1e999 \\"},  // digits in text are not a number
       {R"({"a": 1, "b": 2, "a": [3]})", Mapping{{"a", List{3}}, {"b", 2}}},
       {R"({"": {"1": "1", "a\u0000b": null}})",
        Mapping{{"", Mapping{{"1", "1"}, {std::string_view("a\0b", 3), Value()}}}}},

@@ -78,7 +78,7 @@ class RapidjsonEvents {
 
 struct RapidjsonReading {
   bool is_known;               // false for an exponent that RapidJSON finds too large to look at
-  std::optional<Value> value;  // nothing for what is no JSON, and for a number beyond the floats
+  std::optional<Value> value;  // nothing for what is not JSON, and for a number beyond the floats
 };
 
 // RapidJSON takes a zero byte for the end of the text and no byte order mark, so those are answered

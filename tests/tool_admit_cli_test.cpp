@@ -114,7 +114,7 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
        "  'limit' 900 is above the maximum: 200 was used\n  'n' was left out", ""},
       {"--call search limit=many", "", 1, "  Parameter 'limit' of search must be a whole", ""},
       {"--call search 'q:=['", "", 2, "", "'q:=[': invalid JSON at byte 2"},
-      {"--call search q", "", 2, "", "'q' is no argument: give NAME=TEXT, or NAME:=JSON"},
+      {"--call search q", "", 2, "", "'q' is not an argument: give NAME=TEXT, or NAME:=JSON"},
       {"--call serach", "", 2, "", "Did you mean 'search'?"},
       {"--list", "", 0, "    limit  integer, from 1 to 200; default 20; also max_results, n\n", ""},
       {"--complete branches", "", 0, "action=\nbranch=\n", ""},

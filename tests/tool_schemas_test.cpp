@@ -130,9 +130,9 @@ TEST(CheckTool, ReportsWhatTheReaderReports) {
       {{.name = " "}, {"E  : the tool's name is blank"}},
       {{.name = "t", .actions = {"go", "go"}, .default_action = "Works on branches."},
        {"E t, 'action': 'go' is the name of an action already",
-        "E t, 'action': the default 'Works on branches.' is none of the tool's actions"}},
+        "E t, 'action': the default 'Works on branches.' is not one of the tool's actions"}},
       {{.name = "t", .default_action = "go"},
-       {"E t, 'action': the default 'go' is none of the tool's actions"}},
+       {"E t, 'action': the default 'go' is not one of the tool's actions"}},
       {{.name = "t", .params = {{.name = "p", .type = "int", .minimum = 5}, {.name = "p"}}},
        {"E t, 'p': its type must be integer, number, boolean, string or array, not 'int'",
         "E t: 'p' is the name of a parameter already"}},
@@ -255,7 +255,8 @@ TEST(WireSchema, SaysInSentencesWhatNoPlainKeywordCan) {
             R"("limit": {"type": "integer", "minimum": 1, "default": 9}, )"
             R"("x-filter": {"type": "object", "properties": {"x-kept": {"type": "string"}}, )"
             R"("default": {"x-kept": 3}, "anyOf": [{"items": {"const": {"x-kept": 6}}}]}}})");
-  const Mapping strict = wire_schema(tool, {.forbids_additional_properties = true, .defaults = false});
+  const Mapping strict =
+      wire_schema(tool, {.forbids_additional_properties = true, .defaults = false});
   EXPECT_EQ(strict.at("additionalProperties"), Value(false));
   const Mapping& properties = strict.at("properties").as_mapping();
   EXPECT_EQ(json_text(properties.at("limit")),

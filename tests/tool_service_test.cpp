@@ -213,12 +213,13 @@ TEST(ToolService, TellsAllMistakesOfAllToolsAtOnce) {
                                 "&, and the context has no entry of exactly that type; "
                                 "provide(\"NAME\", std::shared_ptr<" +
                                 index + ">), or take " + index + "*, which may be null";
-    EXPECT_EQ(error.problems(),
-              (std::vector<std::string>{
-                  missing, missing, "hand: the handler is empty",
-                  "hand, 'index': is no parameter of hand, and a service gives a handler of this "
-                  "kind nothing else; capture it, or write a typed handler",
-                  "search: two tools have this name; rename one of them"}));
+    EXPECT_EQ(
+        error.problems(),
+        (std::vector<std::string>{
+            missing, missing, "hand: the handler is empty",
+            "hand, 'index': is not a parameter of hand, and a service gives a handler of this "
+            "kind nothing else; capture it, or write a typed handler",
+            "search: two tools have this name; rename one of them"}));
   }
 }
 

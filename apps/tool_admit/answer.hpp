@@ -17,7 +17,7 @@ namespace tool_binding::tool_admit {
 // The calls of a line, in the memory of the line before. Used by one thread at a time.
 class LineReader {
  public:
-  // With `calls_only`, a line that is no call has no calls; otherwise it is one with an error.
+  // With `calls_only`, a line that is not a call has no calls; otherwise it is one with an error.
   explicit LineReader(bool calls_only) noexcept : calls_only_(calls_only) {}
 
   // Valid until the next line. Never throws for what a line holds.

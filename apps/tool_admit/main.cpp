@@ -28,7 +28,7 @@ Its answer:  {"tool": NAME, "arguments": {...}, "notes": [...], "alias_hit": BOO
               "bound": {...}}
          or  {"tool": NAME, "error": {"type": TYPE, "message": TEXT}}
              TYPE is ArgumentError, KeyError (no such tool), OverflowError, RequestError
-             (the line is no request) or RegistryError (the tool is badly declared)
+             (the line is not a request) or RegistryError (the tool is badly declared)
 Exit status: 0 when all requests were admitted or a report was written, 1 when some were
              refused, 2 for wrong usage, a file that cannot be read, and a tools file with
              errors)";
@@ -89,7 +89,7 @@ void add_options(CLI::App& app, Options& options) {
           ->check(CLI::Range(1, 1024));
   CLI::Option* calls_only =
       app.add_flag("--calls-only", options.calls_only,
-                   "Skip lines that are no call: answers, notifications, other text");
+                   "Skip lines that are not calls: answers, notifications, other text");
   const std::vector<CLI::Option*> modes = add_modes(app, options, tools);
   exclude_each_other(modes);
   CLI::Option* report = modes.front();

@@ -177,7 +177,7 @@ std::optional<Measured> write_proposals(const Options& options, const Report& re
   file << json_text(changed) << '\n';
   if (!file.flush()) throw std::runtime_error("cannot write " + *options.propose);
   if (!options.requests) {
-    std::cerr << "tool_admit: what the proposals admit is measured on a file alone\n";
+    std::cerr << "tool_admit: what the proposals admit is measured only on a file\n";
     return std::nullopt;
   }
   set_tools(ToolTable(read_tools(changed).tools));

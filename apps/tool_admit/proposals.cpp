@@ -1,23 +1,16 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
 #include "report.hpp"
-#include "tool_binding/tool_binding.hpp"
+#include "tool_binding/tool_schemas.hpp"
 
 namespace tool_binding::tool_admit {
 namespace {
 
-// Names that a tools file may not declare.
-constexpr std::array<std::string_view, 3> reserved_names = {ACTION_PARAM, REPO_ROOT_ARGUMENT,
-                                                            "repo"};
-
 bool can_be_declared(const ToolCounts& tool, std::string_view name) {
-  if (std::find(reserved_names.begin(), reserved_names.end(), name) != reserved_names.end() ||
-      name.find_first_not_of(" \t\r\n") == name.npos) {
-    return false;
-  }
+  const ToolDefinition with_name{.name = "t", .params = {{.name = std::string(name)}}};
+  if (!check_tool(with_name).errors.empty()) return false;
   return std::none_of(tool.params.begin(), tool.params.end(), [name](const auto& param) {
     const auto& synonyms = param.second.synonyms;
     return param.first == name ||

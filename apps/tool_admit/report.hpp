@@ -176,7 +176,7 @@ struct ToolCounts : Outcomes {
 
 struct Report : Outcomes {
   Count lines = 0;    // that are not blank
-  Count skipped = 0;  // that are no call
+  Count skipped = 0;  // that are not calls
   Count request_errors = 0;
   Count unknown_tool = 0;
   Kept<UnknownTool> unknown_tools = {};
@@ -211,7 +211,7 @@ struct Measured {
 };
 
 // The report as an object, and back, which leaves the proposals and what was measured out. Throws
-// RequestError for what is no report.
+// RequestError for what is not a report.
 [[nodiscard]] Mapping report_object(const Report& report, const std::optional<Measured>& measured);
 [[nodiscard]] Report read_report(const Value& object);
 

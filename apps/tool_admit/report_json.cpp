@@ -275,7 +275,7 @@ Mapping report_object(const Report& report, const std::optional<Measured>& measu
 
 Report read_report(const Value& value) {
   const Mapping* object = value.if_mapping();
-  if (object == nullptr) throw RequestError("no report: it is no object");
+  if (object == nullptr) throw RequestError("not a report: it is not an object");
   Report report;
   read_counts(*object, report_members, report);
   read_counts(*object, outcome_members, static_cast<Outcomes&>(report));

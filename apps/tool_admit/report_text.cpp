@@ -7,7 +7,7 @@
 namespace tool_binding::tool_admit {
 namespace {
 
-// Names come from the log: what is no printable text is shown as an escape.
+// Names come from the log: what is not printable text is shown as an escape.
 std::string shown(std::string_view name) { return display_form(Value(name)); }
 
 std::string padded(Count count) {
@@ -140,7 +140,7 @@ void add_proposals(std::string& out, const Report& report,
 std::string report_text(const Report& report, const std::optional<Measured>& measured) {
   std::string out;
   add_count(out, report.lines, "lines");
-  if (report.skipped > 0) add_count(out, report.skipped, "skipped, since they are no calls");
+  if (report.skipped > 0) add_count(out, report.skipped, "skipped, since they are not calls");
   add_outcomes(out, report, report.changes(), report.problems());
   if (report.unknown_tool > 0) add_count(out, report.unknown_tool, "  unknown tool");
   if (report.request_errors > 0) add_count(out, report.request_errors, "  no request");

@@ -19,7 +19,7 @@
 
 namespace tool_binding::tool_admit {
 
-// A line of JSON that is no request, or one that cannot be understood.
+// A line of JSON that is not a request, or one that cannot be understood.
 class RequestError : public std::invalid_argument {
  public:
   using std::invalid_argument::invalid_argument;

@@ -71,7 +71,7 @@ void read_word(const std::string& word, Mapping& arguments) {
   const std::size_t equals = word.find('=');
   if (equals == word.npos || equals == 0) {
     throw std::runtime_error("'" + printable(word) +
-                             "' is no argument: give NAME=TEXT, or NAME:=JSON");
+                             "' is not an argument: give NAME=TEXT, or NAME:=JSON");
   }
   const std::string_view name = std::string_view(word).substr(0, equals);
   const std::string_view text = std::string_view(word).substr(equals + 1);

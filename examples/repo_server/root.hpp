@@ -35,7 +35,7 @@ class Descriptor {
 // that is made while a path is followed. Links inside the root are followed only by that rule.
 class Root {
  public:
-  // Throws std::system_error when it is no directory that can be read.
+  // Throws std::system_error when it is not a directory that can be read.
   explicit Root(const std::filesystem::path& path);
 
   [[nodiscard]] int descriptor() const noexcept { return directory_.get(); }

@@ -12,7 +12,7 @@
 namespace repo_server {
 
 // The text of a file; nothing for one that is binary (it holds a zero byte). Throws ToolError where
-// it is no regular file or longer than `most` bytes.
+// it is not a regular file or longer than `most` bytes.
 [[nodiscard]] std::optional<std::string> text_of(const Descriptor& file, const std::string& shown,
                                                  std::size_t most);
 

@@ -88,7 +88,7 @@ std::string answer_files(const Files& request, const Root& root) {
 Tool files_tool() {
   return tool({.name = "files",
                .description =
-                   "Lists a directory, reads a text file, or tells a path's kind and size.",
+                   "Lists a directory, reads a text file, or shows a path's kind and size.",
                .actions = {{"list", {"ls", "dir"}},
                            {"read", {"cat", "show", "open"}},
                            {"stat", {"info"}}},

@@ -298,7 +298,7 @@ class Param {
       : name_(std::move(param.name)), options_(std::move(param.options)) {
     constexpr bool is_member = std::is_base_of_v<Class, Struct>;
     static_assert(is_member || std::same_as<Struct, detail::NoFunction>,
-                  "tool_binding: param<&T::member> is no member of the struct that the handler "
+                  "tool_binding: param<&T::member> is not a member of the struct that the handler "
                   "takes as its first parameter (as const T& or T)");
     static_assert(detail::ParameterType<T>,
                   "tool_binding: a member of this type cannot be a parameter: it can be bool, an "
@@ -425,8 +425,7 @@ Callable struct_callable(F&& function, std::vector<Member<Struct>> members, cons
 //
 // With actions, or without routing, the definition comes first:
 //
-//   tool({.name = "branches", .actions = {{"list"}, {"create", {"new"}}}, .default_action =
-//   "list"},
+//   tool({.name = "branches", .actions = {"list", "create"}, .default_action = "list"},
 //        {param<&Branches::action>(), param<&Branches::name>({.required_for = {"create"}})},
 //        [](const Branches& request) { ... })
 //

@@ -7,7 +7,7 @@
 //   json_text(Mapping{{"limit", 5}}) == R"({"limit": 5})"
 //
 // Integers of any size, the order of members and nesting of any depth survive in both directions.
-// Reading and writing take linear time and no stack, whatever the text holds. No locale.
+// Reading and writing take linear time and do not recurse, whatever the text holds. No locale.
 //
 // Threads: the functions are safe from any thread; a JsonReader is used by one at a time.
 
@@ -22,7 +22,7 @@
 
 namespace tool_binding {
 
-// Text that is no JSON, JSON that no value can hold, or a text beyond the limits. The message,
+// Text that is not JSON, JSON that no value can hold, or a text beyond the limits. The message,
 // "invalid JSON at byte N: REASON", can be shown to the client who sent the text:
 //
 //   parse_json("[1, 2")   invalid JSON at byte 6: unexpected end of input; expected ',' or ']'
@@ -52,8 +52,8 @@ struct JsonLimits {
 // float, 0.0 where it is too small for them. Of a repeated member the later value counts, at the
 // first position.
 //
-// Throws JsonError for what is no JSON, for a number beyond the range of floats (1e400), for an
-// escape of half a surrogate pair, for bytes that are no UTF-8, for anything after the value and
+// Throws JsonError for what is not JSON, for a number beyond the range of floats (1e400), for an
+// escape of half a surrogate pair, for bytes that are not UTF-8, for anything after the value and
 // for a text beyond the limits, which builds no value first if it is too long.
 [[nodiscard]] TOOL_BINDING_EXPORT Value parse_json(std::string_view text, JsonLimits limits = {});
 

@@ -34,12 +34,12 @@
 //
 // Errors: a value of the wrong kind, an enumeration of which no entry can be admitted, an action
 // without an enum of texts, two tools or two actions of one name, a name that is blank or
-// undeclared, a default action that is none. Warnings: a keyword that is not enforced or not read, a
-// custom kind, whose content is passed on unchecked, a tool without routing, and what is doubtful: a
-// default that admission would not let through, bounds the wrong way round or without effect, enum
-// entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
-// that another name takes, a required parameter that may be null, items of a number type, an action
-// that is needed although it is not required.
+// undeclared, a default action that the tool does not have. Warnings: a keyword that is not
+// enforced or not read, a custom kind, whose content is passed on unchecked, a tool without
+// routing, and what is doubtful: a default that admission would not let through, a minimum above
+// the maximum, bounds without effect, enum entries that requests cannot tell apart or cannot give,
+// a name that is listed twice, a synonym that another name takes, a required parameter that may be
+// null, items of a number type, an action that is needed although it is not required.
 
 #include <string>
 #include <string_view>
@@ -88,8 +88,8 @@ struct ToolsReading : ToolProblems {
 
 // What is wrong or doubtful about a tool that is declared in C++: what read_tools would report, and
 // what no tools file can contain. Errors: a blank name, an unknown type word, a name that requests
-// use for something else, a bound that is not a finite number, an enumeration that admits nothing, a
-// default action or another name of an action that the tool does not have, repeated names.
+// use for something else, a bound that is not a finite number, an enumeration that admits nothing,
+// the name of an action that the tool does not have, repeated names.
 //
 //   ToolProblems problems = check_tool({.name = "t", .params = {{.name = "n", .type = "int"}}});
 //   problem_line(problems.errors[0]) ==
@@ -99,9 +99,9 @@ struct ToolsReading : ToolProblems {
 [[nodiscard]] TOOL_BINDING_EXPORT ToolProblems check_tool(const ToolDefinition& tool);
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
-// published reads back as equal tools without an error, except for what no schema can say: what is an
-// error above, the items' type of what is no array, an action that is twice in action_defaults, and a
-// default action without actions.
+// published reads back as equal tools without an error, except for what no schema can say: what is
+// an error above, the items' type of what is not an array, an action that is twice in
+// action_defaults, and a default action without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
 // One tool's input schema.

@@ -52,7 +52,7 @@ struct Message {
 [[nodiscard]] std::string notification_line(std::string_view method, const Mapping& params);
 
 // Text of a client for a message or a log: in quotes, at most some 60 characters of it, with what
-// is no printable character escaped.
+// is not printable escaped.
 [[nodiscard]] std::string shown(std::string_view text);
 
 }  // namespace tool_binding

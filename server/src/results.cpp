@@ -32,7 +32,7 @@ std::string joined_lines(const std::vector<std::string>& lines) {
   return joined;
 }
 
-// The notes stand behind the first text, before pictures and resources.
+// The notes are behind the first text, before pictures and resources.
 void insert_notes(std::vector<Content>& content, const std::vector<std::string>& notes) {
   const bool has_text = !content.empty() && std::holds_alternative<TextContent>(content.front());
   content.insert(content.begin() + (has_text ? 1 : 0), TextContent{joined_lines(notes)});

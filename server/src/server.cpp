@@ -173,10 +173,10 @@ Received ServerSession::Implementation::receive(std::string_view text) {
       receive_one(value, nullptr, received);
     }
   } catch (const JsonError& error) {
-    log("a message is no JSON, at byte " + std::to_string(error.byte()));
+    log("a message is not JSON, at byte " + std::to_string(error.byte()));
     received.answers.push_back(unreadable(ErrorCode::parse_error, error.what()));
   } catch (const ProtocolError& error) {
-    log("a message is no request: " + error.message);
+    log("a message is not a request: " + error.message);
     received.answers.push_back(unreadable(error.code, error.message));
   }
   return received;

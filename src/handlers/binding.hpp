@@ -46,6 +46,8 @@ struct BoundTool {
 // What a value, or an item, must be: "a whole number from 0 to 255". The range is said of a number
 // alone, within the bounds of `param` if that is given.
 [[nodiscard]] std::string words_of(const CppType& type, const Value& value, const ParamSpec* param);
+// What a value of one of the five types must be: "a whole number" for "integer".
+[[nodiscard]] std::string_view type_words(std::string_view word) noexcept;
 // "literal, regex"
 [[nodiscard]] std::string names_of(const std::vector<Enumerator>& enumerators);
 

@@ -96,26 +96,9 @@ bool coerce_item(CppKind kind, Value& item) {
 
 namespace {
 
-struct Words {
-  std::string_view word;   // of the registry
-  std::string_view words;  // of a refusal
-};
-
-constexpr std::array<Words, 9> kind_words = {{
-    {"boolean", "true or false"},
-    {"integer", "a whole number"},
-    {"number", "a number"},
-    {"string", "text"},
-    {"string", ""},
-    {"", "a value"},
-    {"array", "a list (or comma-separated text)"},
-    {"object", "an object"},
-    {"", ""},
-}};
-
-const Words& words_for(const CppType& type) {
-  return kind_words[static_cast<std::size_t>(type.kind)];
-}
+// Of the registry, by CppKind.
+constexpr std::array<std::string_view, 9> kind_words = {"boolean", "integer", "number", "string",
+                                                        "string",  "",        "array",  "object"};
 
 template <class Number>
 std::string shown(Number number) {
@@ -127,7 +110,7 @@ std::string integer_words(const CppType& type, const ParamSpec* param) {
     return bound != nullptr && bound->is_integer() ? display_form(*bound) : limit;
   };
   const bool has_bounds = param != nullptr && !type.is_vector;
-  return line_of({"a whole number from ",
+  return line_of({type_words("integer"), " from ",
                   side(has_bounds ? &param->minimum : nullptr, shown(type.lowest)), " to ",
                   side(has_bounds ? &param->maximum : nullptr, shown(type.highest))});
 }
@@ -135,7 +118,7 @@ std::string integer_words(const CppType& type, const ParamSpec* param) {
 }  // namespace
 
 std::string_view item_word_of(const CppType& type) {
-  if (type.kind != CppKind::custom) return words_for(type).word;
+  if (type.kind != CppKind::custom) return kind_words[static_cast<std::size_t>(type.kind)];
   const Value* word = type.custom()->schema.find("type");
   return word != nullptr ? word->if_text().value_or("") : "";
 }
@@ -162,9 +145,18 @@ std::string words_of(const CppType& type, const Value& value, const ParamSpec* p
   if (type.kind == CppKind::enumeration) return "one of: " + names_of(type.enumerators());
   if (type.kind == CppKind::integer && value.is_integer()) return integer_words(type, param);
   if (type.kind == CppKind::number && (value.is_float() || value.is_integer())) {
-    return line_of({"a number from ", shown(-type.largest), " to ", shown(type.largest)});
+    return line_of(
+        {type_words("number"), " from ", shown(-type.largest), " to ", shown(type.largest)});
   }
-  return std::string(words_for(type).words);
+  if (type.kind == CppKind::value) return "a value";
+  if (type.kind == CppKind::mapping) return object_type()->words;
+  return std::string(type_words(item_word_of(type)));
+}
+
+std::string_view type_words(std::string_view word) noexcept {
+  const auto* const row = std::find_if(TYPE_WORDS_.rows.begin(), TYPE_WORDS_.rows.end(),
+                                       [word](const auto& each) { return each.first == word; });
+  return row->second;
 }
 
 }  // namespace tool_binding::detail

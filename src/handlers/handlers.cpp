@@ -137,7 +137,7 @@ std::vector<std::string> handler_problems(const ToolSpec& spec, const Handler& h
                          parameter.kind != ParameterKind::VAR_POSITIONAL;
     if (!is_name || ToolIndex::of(spec).defaults.contains(parameter.name)) continue;
     problems.push_back(problem_of(spec, parameter.name,
-                                  line_of({"is no parameter of ", spec.name(),
+                                  line_of({"is not a parameter of ", spec.name(),
                                            ", and a service gives a handler of this kind nothing "
                                            "else; capture it, or write a typed handler"})));
   }

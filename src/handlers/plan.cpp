@@ -11,8 +11,6 @@
 namespace tool_binding::detail {
 namespace {
 
-constexpr double near_name_cutoff = 0.6;
-
 std::string taken_context_name(const TakenParameter& taken) {
   const std::string name = line_of({taken.is_const ? "const " : "", taken.context_name});
   if (taken.role == Role::shared) return line_of({"std::shared_ptr<", name, ">"});
@@ -124,7 +122,7 @@ class Planning {
     return line_of({spec_.name(), " takes ", joined(spec_.param_names(), ", ")});
   }
   [[nodiscard]] std::string nearest(std::string_view name) const {
-    NearestName nearest(name, near_name_cutoff);
+    NearestName nearest(name, NEAR_NAME_CUTOFF_);
     for (const std::string& param : spec_.param_names()) nearest.offer(param);
     if (!spec_.actions().empty()) nearest.offer(ACTION_PARAM);
     for (const Context::Entry& entry : context_.entries()) nearest.offer(entry.name);
@@ -150,7 +148,7 @@ class Planning {
     for (const std::string& name : callable_.ignored) {
       if (declared(name) != nullptr || is_action(name)) continue;
       add(name,
-          {"is ignored, and is no parameter of ", spec_.name(), nearest(name), "; ", takes()});
+          {"is ignored, and is not a parameter of ", spec_.name(), nearest(name), "; ", takes()});
     }
   }
 

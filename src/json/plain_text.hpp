@@ -13,8 +13,8 @@ namespace tool_binding {
   return byte >= 0x20 && byte < 0x80 && c != quote && c != '\\';
 }
 
-// The first byte from `next` on that is no plain one: a control character, the quote, a backslash
-// or a byte beyond ASCII; `end` where there is none.
+// The first byte from `next` on that is not a plain one: a control character, the quote, a
+// backslash or a byte beyond ASCII; `end` where there is none.
 //
 // Eight bytes at a time: subtracting makes the top bit of a byte appear where the byte was smaller,
 // and the lowest such byte is never a false one, since a borrow only moves upwards. The last eight

@@ -113,7 +113,7 @@ std::optional<double> exact_decimal(std::uint64_t magnitude, std::int64_t expone
 // Reads one text. A step answers whether it found what it was to read; after one that did not,
 // reason() and byte() say why, for JSON.
 //
-// The values of all open lists and objects stand in one stack, names and values alternating, so
+// The values of all open lists and objects are in one stack, names and values alternating, so
 // that each list and object is made once, of the size that it has.
 template <Dialect dialect>
 class Reading {

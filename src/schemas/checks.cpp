@@ -242,7 +242,7 @@ void check_reserved(const ToolDefinition& tool, const ParamSpec& param, const Pl
 void check_action_names(const ParamSpec& param, const Names& actions, const Place& place) {
   const auto check = [&](const std::string& action, std::string_view what) {
     if (actions.contains(action)) return;
-    place.error(std::string(what) + " " + quoted(action) + ", which is no action of the tool");
+    place.error(std::string(what) + " " + quoted(action) + ", which is not an action of the tool");
   };
   for (const std::string& action : param.required_for) check(action, "is required for");
   for (const auto& entry : param.action_defaults) check(entry.first, "has a default for");
@@ -256,7 +256,7 @@ void check_actions(const ToolDefinition& tool, const Place& place) {
   check_synonyms(tool.actions, [&place](const ActionSpec&) { return place; });
   const auto& first = tool.default_action;
   if (first && std::find(names.begin(), names.end(), *first) == names.end()) {
-    place.error("the default " + quoted(*first) + " is none of the tool's actions");
+    place.error("the default " + quoted(*first) + " is not one of the tool's actions");
   }
 }
 

@@ -255,7 +255,7 @@ void read_action_synonyms(const Property& property, Draft& tool, const Place& pl
   for (const Mapping::Entry& entry : *by_action) {
     const std::string name = text_form(entry.key());
     if (names.contains(name)) continue;
-    place.error("'x-synonyms' names " + quoted(name) + ", which is no action of the tool");
+    place.error("'x-synonyms' names " + quoted(name) + ", which is not an action of the tool");
   }
 }
 

@@ -27,7 +27,7 @@ inline void append(std::string& text, Pieces pieces) {
   return line;
 }
 
-// Adds a line to those that stand in `lines`, parted by "; ".
+// Adds a line to those in `lines`, separated by "; ".
 inline void add_line(std::string& lines, Pieces pieces) {
   constexpr std::size_t usual_size = 400;
   if (lines.empty()) {

@@ -10,7 +10,7 @@ namespace tool_binding {
 
 // The default full lower-case mapping of Unicode. U+0130 becomes "i" and U+0307. A capital sigma
 // becomes the final one (U+03C2) when, case-ignorable characters passed over, the character before
-// it is cased and the one after it is not. This is no case folding: the sharp s stays as it is.
+// it is cased and the one after it is not. This is not case folding: the sharp s stays as it is.
 // Stray bytes stay as they are, and end a word.
 //   lower_cased("\u039f\u03a3 A") == "\u03bf\u03c2 a"
 //

@@ -1,7 +1,7 @@
 #ifndef TOOL_BINDING_SRC_TEXT_TRIM_HPP_
 #define TOOL_BINDING_SRC_TEXT_TRIM_HPP_
 
-// White space at the ends of a text. Stray bytes are no white space. Pure functions, linear in the
+// White space at the ends of a text. Stray bytes are not white space. Pure functions, linear in the
 // bytes of the white space that they pass.
 
 #include <string_view>

@@ -45,15 +45,15 @@ namespace beyond_ascii {
          (code_point >= 0x1C && code_point <= 0x1F);
 }
 
-// Whether a message shows the character itself: U+0020, and every character that is no separator,
-// control, format, surrogate, private-use or unassigned one.
+// Whether a message shows the character itself: U+0020, and every character that is not a
+// separator, control, format, surrogate, private-use or unassigned one.
 [[nodiscard]] inline bool is_printable(char32_t code_point) noexcept {
   if (!is_ascii(code_point)) return beyond_ascii::is_printable(code_point);
   return code_point >= U' ' && code_point <= U'~';
 }
 
 // 0 to 9 for a decimal digit of any script (general category Nd), else -1. Superscripts, fractions
-// and numerals such as U+2163 are no decimal digits.
+// and numerals such as U+2163 are not decimal digits.
 [[nodiscard]] inline int decimal_digit_value(char32_t code_point) noexcept {
   if (!is_ascii(code_point)) return beyond_ascii::decimal_digit_value(code_point);
   return code_point >= U'0' && code_point <= U'9' ? static_cast<int>(code_point - U'0') : -1;

@@ -10,7 +10,7 @@
 //   code_points("\u00e9\xff") == U"\u00e9" followed by U+DCFF
 //
 // A stray byte and the surrogate of the same number in three bytes read alike; who must keep the
-// bytes as they came copies them. Functions are pure.
+// bytes unchanged copies them. Functions are pure.
 
 #include <cstddef>
 #include <cstdint>

@@ -154,7 +154,7 @@ class CsvReader {
     ++next_;
   }
 
-  // The place of the quote that closes the item at hand. A search that reaches the end in vain
+  // The place of the quote that closes the item at hand. A search that finds none before the end
   // would do so for every later item, so it is made once for each kind of quote.
   std::size_t closing_quote(char quote) {
     std::size_t run = next_ + 1;  // what follows the opening quote
@@ -191,7 +191,7 @@ class CsvReader {
 };
 
 [[noreturn]] void refuse(std::string_view text, const char* reason) {
-  throw std::invalid_argument(display_form(text) + " is no list: " + reason);
+  throw std::invalid_argument(display_form(text) + " is not a list: " + reason);
 }
 
 }  // namespace

@@ -24,15 +24,15 @@ namespace tool_binding {
 [[nodiscard]] std::optional<double> read_float(std::string_view text);
 
 // Orders two numbers, integer or float, by their exact values; NaN is unordered.
-// Throws TypeError when one of them is no number.
+// Throws TypeError when one of them is not a number.
 [[nodiscard]] std::partial_ordering compare_numbers(const Value& left, const Value& right);
 
 // A number, integer or float, as an integer: what a float has before its point. Throws
-// std::overflow_error for an infinity and NaN, TypeError for a value that is no number.
+// std::overflow_error for an infinity and NaN, TypeError for a value that is not a number.
 [[nodiscard]] Value to_integer(const Value& number);
 
 // A number as the nearest float, ties to even. Throws std::overflow_error for an integer that is
-// too large for every float, TypeError for a value that is no number.
+// too large for every float, TypeError for a value that is not a number.
 [[nodiscard]] double to_float(const Value& number);
 
 // Whether a float is a whole number; false for an infinity and NaN.

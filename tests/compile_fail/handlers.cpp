@@ -64,7 +64,7 @@ const Handler handler = bind_handler(spec, context, [n = 0]() mutable { return +
 const Handler handler = bind_handler(spec, context, [] { return Search(); });
 #endif
 
-#ifdef MEMBER_OF_ANOTHER_STRUCT  // is no member of the struct that the handler takes as its first
+#ifdef MEMBER_OF_ANOTHER_STRUCT  // is not a member of the struct that the handler takes
 const Tool made = tool("search", "", {param<&Other::query>()}, [](const Search&) {});
 #endif
 

@@ -144,13 +144,13 @@ class TOOL_BINDING_EXPORT Call {
   [[nodiscard]] const std::stop_token& stop_token() const noexcept { return options_->stop; }
   [[nodiscard]] bool stop_requested() const noexcept { return options_->stop.stop_requested(); }
 
-  // A line for the client apart from the result, after the notes of admission. A handler that is
-  // called through a Handler record has nobody to tell: its notes are dropped.
+  // A line for the client apart from the result, after the notes of admission. Notes of a handler
+  // that is called through a Handler record are dropped.
   void note(std::string line) { notes_.push_back(std::move(line)); }
   [[nodiscard]] const std::vector<std::string>& notes() const& noexcept { return notes_; }
   [[nodiscard]] std::vector<std::string> notes() && noexcept { return std::move(notes_); }
 
-  // Whether anybody takes reports of progress. Reporting to nobody costs nothing.
+  // Whether the client takes reports of progress. Where it does not, reporting costs nothing.
   [[nodiscard]] bool wants_progress() const noexcept { return options_->progress != nullptr; }
   // `progress` should rise from call to call: a transport may drop a report that does not.
   void progress(double progress, std::optional<double> total = {}, std::string message = {}) const;

@@ -29,8 +29,8 @@ namespace tool_binding {
 //
 //   template <>
 //   struct tool_binding::ParameterReader<Date> {
-//     // What a refusal says: "Parameter 'since' of log must be a date, such as 2024-05-31, not
-//     'x'". static constexpr std::string_view words = "a date, such as 2024-05-31";
+//     // What a refusal says: "Parameter 'since' of log must be a date, such as ..., not 'x'".
+//     static constexpr std::string_view words = "a date, such as 2024-05-31";
 //     // The date that a value denotes, or nothing: the value is then refused.
 //     static std::optional<Date> read(const Value& value);
 //     // What is published for such a parameter.
@@ -38,7 +38,7 @@ namespace tool_binding {
 //   };
 //
 // `read` is called when the request is admitted, and again when the handler is called: it should
-// depend on the value alone. Any number of threads may call it. What it throws is no refusal: it
+// depend only on the value. Any number of threads may call it. What it throws is not a refusal: it
 // is a fault of the program.
 template <class T>
 struct ParameterReader;
@@ -124,7 +124,7 @@ struct Unwrapped<std::vector<T, Allocator>> {
   static constexpr bool is_optional = false;
   static constexpr bool is_vector = true;
 };
-// A list is no vector of values: it is taken over as it is.
+// A List is not read as a vector of values: it is taken over as it is.
 template <>
 struct Unwrapped<List> {
   using Type = List;
@@ -222,7 +222,7 @@ const std::vector<Enumerator>& enumerators() {
   return all;
 }
 
-// Null for a value that is no enumerator's name.
+// Null for a value that is not an enumerator's name.
 [[nodiscard]] TOOL_BINDING_EXPORT const Enumerator* find_enumerator(
     const std::vector<Enumerator>& all, const Value& value) noexcept;
 

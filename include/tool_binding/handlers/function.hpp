@@ -173,7 +173,7 @@ constexpr bool is_named(Role role) noexcept {
 // Where a parameter's value is found, for each parameter of the callable.
 struct Slot {
   std::size_t place = 0;  // among the bound arguments
-  // The declared parameter; null for the action and for what is no parameter.
+  // The declared parameter; null for the action and for what is not a parameter.
   const ParamSpec* param = nullptr;
   const CppType* type = nullptr;
   // What the parameter is when it is bound to none, by action, where that differs by action.
@@ -256,7 +256,7 @@ struct Callable {
   std::vector<std::string> ignored;
 };
 
-// The argument for a parameter that is no parameter of the request.
+// The argument for a parameter that is not a parameter of the request.
 template <class Argument>
 decltype(auto) taken_argument(const Frame& frame, std::size_t slot) {
   constexpr Role role = Taking<Argument>::taken.role;
@@ -431,7 +431,7 @@ struct Split<Parameters<First, Others...>> {
   using Rest = Parameters<Others...>;
 };
 
-// What is no function, or one of several signatures: the assertion that says so comes later.
+// What is not a function, or one of several signatures: the assertion that says so comes later.
 struct NoFunction {};
 
 template <class F>

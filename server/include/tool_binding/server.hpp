@@ -20,7 +20,7 @@
 //
 // What a client gets wrong is answered, never thrown. Arguments that are refused, and a handler's
 // own error, are results with "isError": true, so that a model can read them and try again.
-// Protocol errors are kept for what a model cannot mend: -32700 no JSON, -32600 no request, -32601
+// Protocol errors are for what a model cannot correct: -32700 not JSON, -32600 no request, -32601
 // unknown method, -32602 invalid params or unknown tool, -32603 too many requests at once, -32021 a
 // capability the client lacks, -32022 an unsupported revision.
 
@@ -80,7 +80,7 @@ class TOOL_BINDING_EXPORT ServerCall {
   std::shared_ptr<CallRecord> record_;
 };
 
-// What comes of one message.
+// The result of one message.
 struct Received {
   std::vector<std::string> answers;  // lines to be sent now
   std::vector<ServerCall> calls;     // each to be run once, here or on another thread

@@ -72,7 +72,7 @@ class TOOL_BINDING_EXPORT StdioTransport {
 };
 
 // StdioTransport and its serve() in one, for a program whose service prints nothing while it is
-// made: that would stand in the output before the first message.
+// made: that would be in the output before the first message.
 [[nodiscard]] TOOL_BINDING_EXPORT int serve_stdio(const ToolService& service, ServerOptions options,
                                                   const StdioOptions& stdio = {});
 

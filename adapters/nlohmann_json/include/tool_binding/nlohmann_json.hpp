@@ -36,7 +36,7 @@ concept NlohmannJson =
 template <NlohmannJson Json>
 [[nodiscard]] Value value_from_json(const Json& json);
 
-// An object becomes its display_form, a key that is no text its text_form; where two keys look
+// An object becomes its display_form, a key that is not text its text_form; where two keys look
 // alike then, ordered_json holds both and json the later value. Text and floats are taken over as
 // they are. Moving or destroying the result is safe at any depth; its own copy, comparison and
 // dump() use the stack.
