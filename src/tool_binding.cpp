@@ -102,7 +102,11 @@ std::string Admission::error() && noexcept {
 }
 
 void Normalizing_::take(const Value& key, Argument_ argument) {
-  const std::string_view name = key.as_text();
+  if (!key.is_text()) {
+    throw TypeError(line_of(
+        {"an argument of ", spec.name(), " must be named by text, not by ", display_form(key)}));
+  }
+  const std::string_view name = key.get_text();
   const Value& value = argument.value();
   if (value.is_none()) return;
   const auto& [_, index, meaning, is_declared] = index_.names.find(key);
@@ -265,7 +269,7 @@ Value Normalizing_::_used_bound(const ParamSpec& param, const Value& bound) cons
   } catch (const std::overflow_error& error) {
     throw std::overflow_error(
         line_of({"the bound ", display_form(bound), " of parameter '", param.name, "' of ",
-                 spec.name(), " is no value of its type: ", error.what()}));
+                 spec.name(), " cannot be a value of its type: ", error.what()}));
   }
 }
 
@@ -485,7 +489,7 @@ Mapping bound_from(const ToolSpec& spec, Arguments& arguments) {
   return bound;
 }
 
-// Binds arguments in the order of declaration, as clients tend to send them, where they stand: each
+// Binds arguments in the order of declaration, as clients tend to send them, in place: each
 // moves up to its place, and defaults take the others. Of any other arguments it answers no.
 bool bound_in_place(const ToolIndex& index, Mapping& arguments) {
   const bool is_whole = arguments.size() == index.defaults.size();

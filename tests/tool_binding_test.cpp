@@ -110,7 +110,7 @@ TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
        infinity,
        {},
        1,
-       "overflow: the bound inf of parameter 'p' of t is no value of its type: "
+       "overflow: the bound inf of parameter 'p' of t cannot be a value of its type: "
        "no integer is infinite or NaN"},
       {"number",
        {},
@@ -152,7 +152,12 @@ TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
   EXPECT_THROW(static_cast<void>(normalize_arguments("stat", {{"x", 1}})), UnknownToolError);
   Mapping numbered;
   numbered.set(1, "x");
-  EXPECT_THROW(static_cast<void>(normalize_arguments("search", numbered)), TypeError);
+  try {
+    static_cast<void>(normalize_arguments("search", numbered));
+    FAIL();
+  } catch (const TypeError& error) {
+    EXPECT_STREQ(error.what(), "an argument of search must be named by text, not by 1");
+  }
 }
 
 // A refusal is a result: the text that would be thrown, and neither side reads as the other.

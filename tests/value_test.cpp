@@ -27,10 +27,14 @@ class Engine : public Object {
 
 // What would compile and go wrong.
 template <class T>
-concept LendsItems = requires(T value) {
+concept PointsIntoATemporary = requires(T value) {
   std::move(value).if_list();
-};
-static_assert(!LendsItems<Value>);
+}
+|| requires(T value) { std::move(value).if_mapping(); }
+|| requires(T value) { std::move(value).if_text(); }
+|| requires(T value) { std::move(value).find("name"); }
+|| requires(T value) { std::move(value).find_key(1); };
+static_assert(!PointsIntoATemporary<Value> && !PointsIntoATemporary<Mapping>);
 static_assert(!std::is_copy_assignable_v<Mapping::Entry> &&
               !std::is_move_assignable_v<Mapping::Entry>);
 static_assert(!std::sortable<Mapping::iterator> && !std::permutable<Mapping::iterator>);
@@ -132,6 +136,8 @@ TEST(Value, GivesItsContentAwayWhenItIsGoing) {
     for (const Value& id : Value(ids).as_list()) seen += std::string(name) + text_form(id) + ' ';
   }
   EXPECT_EQ(seen, "idsa text that is not inline ids2 ");
+  const auto text = Value(Mapping{{"k", seen}}).as_mapping().at("k").as_text();
+  EXPECT_EQ(text, seen);
   Value value = made();
   const Value* const item = value.get_mapping().at("ids").get_list().data();
   const Mapping moved = std::move(value).as_mapping();

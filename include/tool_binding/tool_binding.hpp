@@ -22,11 +22,12 @@
 //                        returns the refusal instead)
 //   UnknownToolError     a tool given by a name that TOOLS does not hold, before anything else
 //   std::overflow_error  an integer beyond the range of floats, for a parameter of type "number"
-// Errors of the program: std::out_of_range for a type word that is none of the five,
+// Errors of the program: std::out_of_range for a type word that is not one of the five,
 // std::overflow_error for a bound that the parameter's type cannot hold, TypeError for a bound that
-// is not a number and for a request whose names are not all text. Each message names the tool and
-// the parameter. Whatever allocates may throw std::bad_alloc. Where a call throws, nothing is
-// changed but arguments that were moved in, which are left valid and unspecified.
+// is not a number and for a request whose names are not all text. Each message names the tool, and
+// the parameter where there is one. Whatever allocates may throw std::bad_alloc. Where a call
+// throws, nothing is changed but arguments that were moved in, which are left valid and
+// unspecified.
 
 #include <cassert>
 #include <cstddef>
@@ -50,6 +51,9 @@ namespace tool_binding {
 // A tool, by its name in TOOLS or by its specification, which is then used without any look-up.
 // Made implicitly, for the length of one call: it refers to the specification and owns nothing.
 // By name, throws UnknownToolError.
+//
+//   bind_arguments("search", arguments);   // the tool of that name in TOOLS
+//   bind_arguments(spec, arguments);       // a specification of your own, without TOOLS
 class TOOL_BINDING_EXPORT ToolRef {
  public:
   ToolRef(const ToolSpec& spec) noexcept : spec_(spec) {}
@@ -88,12 +92,21 @@ class TOOL_BINDING_EXPORT ArgumentError : public std::invalid_argument {
 //
 //   action_default("branches", "base", "create") == "HEAD"
 //
-// `name` may be a synonym. Throws std::out_of_range when the tool declares no such parameter.
+// `name` may be a synonym. Throws std::out_of_range when the tool declares no such parameter. Cost:
+// linear in the parameter's defaults by action.
 [[nodiscard]] TOOL_BINDING_EXPORT Value action_default(ToolRef tool, std::string_view name,
                                                        std::string_view action);
 
 // An admitted request. It cannot be changed, but its arguments and notes can be moved out of one
-// that is no longer needed. Copying it copies all that it holds.
+// that is no longer needed; of a temporary they are returned by value. Copying it copies all that
+// it holds.
+//
+//   NormalizedArguments admitted =
+//       normalize_arguments("search", {{"q", "main"}, {"limit", "500"}});
+//   admitted.arguments() == Mapping{{"query", "main"}, {"limit", 100}}
+//   admitted.notes()[0] == "'q' was read as 'query'"
+//   admitted.alias_hit() == true
+//   Mapping bound = bind_arguments("search", std::move(admitted).arguments());
 class TOOL_BINDING_EXPORT NormalizedArguments {
  public:
   explicit NormalizedArguments(Mapping arguments, std::vector<std::string> notes = {},
@@ -146,8 +159,9 @@ class TOOL_BINDING_EXPORT Admission {
   [[nodiscard]] const NormalizedArguments& operator*() const& noexcept { return *checked(); }
   [[nodiscard]] NormalizedArguments& operator*() & noexcept { return *checked(); }
   [[nodiscard]] NormalizedArguments operator*() && noexcept { return std::move(*checked()); }
-  [[nodiscard]] const NormalizedArguments* operator->() const noexcept { return checked(); }
-  [[nodiscard]] NormalizedArguments* operator->() noexcept { return checked(); }
+  [[nodiscard]] const NormalizedArguments* operator->() const& noexcept { return checked(); }
+  [[nodiscard]] NormalizedArguments* operator->() & noexcept { return checked(); }
+  void operator->() && = delete;  // of a temporary, write (*admission).arguments()
   // The refusal. Precondition, asserted in debug builds: !has_value().
   [[nodiscard]] const std::string& error() const& noexcept;
   [[nodiscard]] std::string error() && noexcept;
@@ -170,6 +184,10 @@ class TOOL_BINDING_EXPORT Admission {
 // default that differs by action, else the declared default. For a tool with actions, ACTION_PARAM
 // comes first, with the answer of effective_action(). Entries under other names are dropped.
 // Values are neither checked nor converted; the second form moves them out of `arguments`.
+//
+//   bind_arguments("search", {{"query", "main"}}) == Mapping{{"query", "main"}, {"limit", 20}}
+//
+// Cost: linear in the parameters and the arguments.
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, const Mapping& arguments);
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, Mapping&& arguments);
 
@@ -188,7 +206,12 @@ struct HandlerParameter {
   ParameterKind kind = ParameterKind::positional_or_keyword;
 };
 
-// What answers a tool: its declared parameters, and what is called with its named arguments.
+// What answers a tool: its declared parameters, and what is called with its named arguments. For a
+// function with typed parameters, bind_handler() in handlers.hpp makes one.
+//
+//   Handler handler{{{"query"}, {"limit"}, {"repository"}}, [](Mapping arguments) -> Value {
+//     return search(arguments.at("repository").object_as<Repository>(), arguments.at("query"));
+//   }};
 struct Handler {
   std::vector<HandlerParameter> signature;
   // Owns the arguments that it is given, so it can move values out of them.
@@ -196,7 +219,12 @@ struct Handler {
 };
 
 // The named arguments to call a handler with: all of `bound`, then the entries of `context` that
-// its signature takes. A context entry that `bound` names replaces that value in its place.
+// its signature takes. A context entry that `bound` names replaces that value in its place. Throws
+// TypeError for a name of the context that is not text, unless the handler takes any name.
+//
+//   handler_kwargs(handler, {{"query", "main"}, {"limit", 20}}, {{"repository", r}, {"log", l}})
+//       == Mapping{{"query", "main"}, {"limit", 20}, {"repository", r}}   // it takes no "log"
+//
 // Cost: linear in both mappings, and in the signature for each entry of the context; `bound` is
 // copied unless it is moved in.
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping handler_kwargs(const Handler& handler, Mapping bound,
@@ -204,6 +232,10 @@ struct Handler {
 
 // The refusal of a call that lacks what `action` needs, in the words that admission uses, or
 // nothing. `arguments` are by declared name; `action` is nothing for a tool without actions.
+//
+//   missing_arguments("branches", "create", {}) == "branches 'create' needs 'name'"
+//
+// Blank text and empty lists count as missing, unless the parameter says blank_is_value.
 [[nodiscard]] TOOL_BINDING_EXPORT std::optional<std::string> missing_arguments(
     ToolRef tool, std::optional<std::string_view> action, const Mapping& arguments);
 

@@ -7,8 +7,7 @@
 //       .name = "search",
 //       .description = "Finds text in files.",
 //       .params = {{.name = "query", .synonyms = {"q"}, .required = true},
-//                  {.name = "limit", .type = "integer", .minimum = 1, .maximum = 100, .default_ =
-//                  20}},
+//                  {.name = "limit", .type = "integer", .minimum = 1, .default_ = 20}},
 //   })});
 //   TOOLS.at("search").param("q")->name == "query"
 //
@@ -73,7 +72,12 @@ struct CustomType {
 // there are no values or one of them is none.
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> one_of(List values);
 
-// One parameter.
+// One parameter. Nothing here is checked when it is declared: see check_tool().
+//
+//   {.name = "query", .synonyms = {"q"}, .required = true}
+//   {.name = "mode", .enum_ = {"literal", "regex"}, .default_ = "literal"}
+//   {.name = "paths", .type = "array", .items_type = "string", .default_ = List{}}
+//   {.name = "base", .required_for = {"create"}, .action_defaults = {{"create", "HEAD"}}}
 struct TOOL_BINDING_EXPORT ParamSpec {
   std::string name = {};
   // Other names by which a request may give the parameter.
@@ -83,7 +87,8 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   std::string type = "string";
   // For an array: "string" turns every item into text; any other word leaves items as they are.
   std::string items_type = {};
-  // The allowed texts, matched in any letter case; empty: any value. For an array, of each item.
+  // The allowed texts, matched in any letter case; empty: any value. For an array, of each item. A
+  // request gets the entry's own spelling.
   std::vector<std::string> enum_ = {};
   // Integers or floats; none: open on that side. A bound of another kind makes the comparison throw
   // TypeError; one that the type cannot hold throws std::overflow_error when a value is to be
@@ -114,7 +119,7 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   friend TOOL_BINDING_EXPORT bool operator==(const ParamSpec& left, const ParamSpec& right);
 };
 
-// One action of a tool.
+// One action of a tool. A request names it by its name or a synonym, in any letter case.
 struct ActionSpec {
   std::string name;
   std::vector<std::string> synonyms = {};
@@ -122,7 +127,7 @@ struct ActionSpec {
   friend bool operator==(const ActionSpec&, const ActionSpec&) = default;
 };
 
-// Actions, declared as records or, where none has a synonym, as names alone.
+// Actions, declared as records or, where none has a synonym, just as names.
 //
 //   ActionList{{"list", {"ls"}}, {"create"}}
 //   ActionList{"list", "create"}
@@ -201,6 +206,8 @@ class TOOL_BINDING_EXPORT ToolSpec {
 };
 
 // No tool has the name that was asked for. The message names it and the nearest name there is.
+//
+//   TOOLS.at("serch")   throws it: "there is no tool named 'serch'. Did you mean 'search'?"
 class TOOL_BINDING_EXPORT UnknownToolError : public std::out_of_range {
  public:
   UnknownToolError(std::string tool, const std::string& message)
@@ -216,8 +223,10 @@ class TOOL_BINDING_EXPORT UnknownToolError : public std::out_of_range {
 
 // Tools by name, in the order given.
 //
-//   const ToolTable table({ToolSpec({.name = "status"})});
+//   const ToolTable table({ToolSpec({.name = "status"}), ToolSpec({.name = "search"})});
 //   table.at("status").params().empty()
+//   table.find("stat") == nullptr
+//   table.begin()->name() == "status"
 class TOOL_BINDING_EXPORT ToolTable {
  public:
   constexpr ToolTable() noexcept = default;
@@ -227,6 +236,7 @@ class TOOL_BINDING_EXPORT ToolTable {
 
   // Throws UnknownToolError.
   [[nodiscard]] const ToolSpec& at(std::string_view name) const;
+  // Null when there is no tool of that name. Cost: constant.
   [[nodiscard]] const ToolSpec* find(std::string_view name) const noexcept;
   [[nodiscard]] std::size_t size() const noexcept { return tools_.size(); }
   [[nodiscard]] bool empty() const noexcept { return tools_.empty(); }

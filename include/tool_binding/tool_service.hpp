@@ -19,6 +19,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tool_binding/export.hpp"
@@ -36,7 +37,7 @@ enum class Outcome : std::uint8_t {
   failed,        // the handler says so (ToolError, Answer::is_error), or threw something else
 };
 
-// What came of a call. All of it is meant for the client.
+// The result of a call. All of it is meant for the client.
 struct ToolAnswer {
   Outcome outcome = Outcome::answered;
   // Text first: the result, or the refusal. Empty where the handler returned nothing. Structured
@@ -48,8 +49,10 @@ struct ToolAnswer {
   std::vector<std::string> notes = {};
 
   [[nodiscard]] bool is_error() const noexcept { return outcome != Outcome::answered; }
-  // The first block of text; empty where there is none. Valid as long as the content.
-  [[nodiscard]] TOOL_BINDING_EXPORT std::string_view text() const noexcept;
+  // The first block of text; empty where there is none. Valid as long as the content; of a
+  // temporary, a copy.
+  [[nodiscard]] TOOL_BINDING_EXPORT std::string_view text() const& noexcept;
+  [[nodiscard]] std::string text() && { return std::string(std::as_const(*this).text()); }
 };
 
 // What a handler threw that was not meant for the client. The client gets a fixed text. The views

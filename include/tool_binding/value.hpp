@@ -7,13 +7,16 @@
 //   Mapping request{{"query", "main"}, {"limit", "5"}};
 //   request.set("paths", List{"src", "include"});
 //   display_form(request) == "{'query': 'main', 'limit': '5', 'paths': ['src', 'include']}"
+//   request.at("paths").as_list().size() == 2
+//   request.at("limit").if_int64() == std::nullopt   // text, not an integer
+//   for (const auto& [name, value] : request) log(name, value.kind());
 //
-// Text is UTF-8 and reading it is total: a surrogate encoded in three bytes is that code point, and
-// any other byte that is no part of well-formed UTF-8 counts as the one code point U+DC00 + byte.
-// Bytes are kept as they came; equality compares bytes. No locale is ever consulted.
+// Text is UTF-8 and any bytes can be read: a surrogate encoded in three bytes is that code point,
+// and any other byte that is not part of well-formed UTF-8 counts as one code point, U+DC00 + byte.
+// Bytes are kept unchanged; equality compares bytes. No locale is ever consulted.
 //
-// Nesting is bounded by memory alone: building, copying, comparing, showing and destroying a value
-// take linear time and no stack, however deep its lists and mappings are nested.
+// Nesting is limited by memory only: building, copying, comparing, showing and destroying a value
+// take linear time and do not recurse, however deep its lists and mappings are nested.
 //
 // Threads: const calls on one object are safe from many threads; others need a lock outside.
 // Failure: whatever allocates may throw std::bad_alloc; a call that throws changes nothing, unless
@@ -48,12 +51,15 @@ class List;
 class Mapping;
 class Value;
 
+// What a value can be. Integers of any size are of one kind; a whole float is a float.
 enum class Kind : std::uint8_t { none, boolean, integer, float_, text, list, mapping, object };
 
 // "none", "boolean", "integer", "float", "text", "list", "mapping" or "object".
 [[nodiscard]] TOOL_BINDING_EXPORT std::string_view kind_name(Kind kind) noexcept;
 
-// A value of one kind where another is needed, for instance as_text() of a list.
+// A value of one kind where another is needed.
+//
+//   Value(List{1}).as_text()   throws it: "expected a value of kind text, not list"
 class TOOL_BINDING_EXPORT TypeError : public std::logic_error {
  public:
   using std::logic_error::logic_error;
@@ -61,7 +67,16 @@ class TOOL_BINDING_EXPORT TypeError : public std::logic_error {
 };
 
 // Base of what a daemon passes through to its handlers (a repository, an engine) and the library
-// never looks into. Shown as `<NAME>`, NAME being the type name given here.
+// never looks into. Shown as `<NAME>`, NAME being the type name given here. Values that hold an
+// object share it; two of them are equal when they hold the same one.
+//
+//   struct Repository : Object {
+//     explicit Repository(std::string path) : Object("Repository"), root(std::move(path)) {}
+//     std::string root;
+//   };
+//   const Value repository = std::make_shared<Repository>("/srv/code");
+//   display_form(repository) == "<Repository>"
+//   repository.object_as<Repository>()->root == "/srv/code"
 class TOOL_BINDING_EXPORT Object {
  public:
   explicit Object(std::string type_name) : type_name_(std::move(type_name)) {}
@@ -77,6 +92,12 @@ class TOOL_BINDING_EXPORT Object {
 
 // A whole number of any size, as an integer value holds it: 64 bits, or beyond them the exact
 // decimal digits with a "-" before a negative one. A view: valid as long as its Value is unchanged.
+//
+//   const Value small = 7;
+//   small.as_integer().int64() == 7
+//   const Value large = Value::integer_of("-9223372036854775809");
+//   large.as_integer().fits_int64() == false
+//   large.as_integer().digits() == "-9223372036854775809"
 class Integer {
  public:
   constexpr explicit Integer(std::int64_t small) noexcept : small_(small) {}
@@ -97,25 +118,47 @@ class Integer {
 
 // One value. A boolean is never an integer or a number.
 //
-// It is built implicitly from its exact kinds and from nothing else: a pointer is no boolean, a
-// character no integer. Every kind K has four accessors: is_K() tests; if_K() is the content, or
-// nothing (null, or an empty optional) for another kind; as_K() throws TypeError for another kind;
-// get_K() requires the kind. Views and pointers they give are valid until the Value is changed,
-// moved or destroyed: short text and small numbers stand in the Value itself.
+// It is built implicitly from its exact kinds and from nothing else: a pointer is not a boolean, a
+// character not an integer. Every kind K has four accessors: is_K() tests; if_K() is the content,
+// or nothing (null, or an empty optional) for another kind; as_K() throws TypeError for another
+// kind; get_K() requires the kind, which debug builds assert.
+//
+//   K         as_K(), get_K()                   if_K()
+//   boolean   bool                              std::optional
+//   integer   Integer, of any size              std::optional
+//   int64     std::int64_t                      std::optional
+//   float     double                            std::optional
+//   text      std::string_view                  std::optional
+//   list      List&                             List*
+//   mapping   Mapping&                          Mapping*
+//   object    const std::shared_ptr<Object>&    std::shared_ptr<Object>
+//
+//   const Value value = List{1, 2.5, "text", true, Value()};
+//   value.as_list()[0].as_int64() == 1
+//   value.as_list()[2].if_int64() == std::nullopt
+//   value.as_list()[2].as_int64()   throws TypeError: "expected a value of kind integer, not text"
+//
+// Views, references and pointers from accessors are valid until the Value is changed, moved or
+// destroyed: short text and small numbers are stored in the Value itself. Of a temporary,
+// as_text(), as_list(), as_mapping() and as_object() return the content by value, so that it can be
+// kept and iterated over, and if_text(), if_list() and if_mapping() do not compile. A moved-from
+// Value is none.
 //
 // Equality: same kind and same content, so that 1 and 1.0 differ; floats compare as numbers do
-// (NaN equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity.
+// (NaN equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity. Cost:
+// linear in the smaller value.
 //
 // Cost: 16 bytes. None, booleans, 64-bit integers, floats and text of up to 15 bytes need no
 // allocation; copying anything else copies all that it holds.
 class TOOL_BINDING_EXPORT Value {
  public:
+  // None.
   constexpr Value() noexcept = default;
   template <std::same_as<bool> T>
   Value(T boolean) noexcept {
     set_payload(Tag::boolean, std::uint64_t{boolean});
   }
-  // Any integer type but the character types.
+  // Any integer type except the character types. An unsigned integer beyond std::int64_t allocates.
   template <std::integral T>
   requires(!std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
            !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>)
@@ -127,9 +170,11 @@ class TOOL_BINDING_EXPORT Value {
     }
   }
   Value(const Integer& integer);
+  // float or double.
   template <std::floating_point T>
   requires(sizeof(T) <= sizeof(double)) Value(T number)
   noexcept { set_payload(Tag::float_, double{number}); }
+  // Any bytes; they need not be UTF-8. A const char* must not be null.
   Value(std::string_view text) {
     if (text.size() <= inline_capacity) {
       bytes_ = joined(inline_words(text));
@@ -170,7 +215,10 @@ class TOOL_BINDING_EXPORT Value {
   }
 
   // The integer that `decimal` writes: an optional "-" and decimal digits, leading zeros allowed.
-  // Throws std::invalid_argument for any other text. Cost: linear in the digits.
+  // Throws std::invalid_argument for any other text, also for "+1", "1_0" and " 1". Cost: linear in
+  // the digits.
+  //
+  //   Value::integer_of("-007") == Value(-7)
   [[nodiscard]] static Value integer_of(std::string_view decimal);
 
   [[nodiscard]] Kind kind() const noexcept {
@@ -205,8 +253,8 @@ class TOOL_BINDING_EXPORT Value {
     return tag() == Tag::small_integer ? Integer(payload<std::int64_t>()) : Integer(heap_text());
   }
 
-  // An integer of 64 bits: nothing for a larger one, for which as_int64() throws
-  // std::overflow_error.
+  // An integer of 64 bits, signed. Of a larger one is_int64() is false, if_int64() is nothing and
+  // as_int64() throws std::overflow_error.
   [[nodiscard]] bool is_int64() const noexcept { return tag() == Tag::small_integer; }
   [[nodiscard]] std::optional<std::int64_t> if_int64() const noexcept {
     return is_int64() ? std::optional(get_int64()) : std::nullopt;
@@ -230,12 +278,15 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] bool is_text() const noexcept {
     return tag() >= Tag::inline_text || tag() == Tag::heap_text;
   }
-  [[nodiscard]] std::optional<std::string_view> if_text() const noexcept {
+  [[nodiscard]] std::optional<std::string_view> if_text() const& noexcept {
     return is_text() ? std::optional(get_text()) : std::nullopt;
   }
-  [[nodiscard]] std::string_view as_text() const {
+  void if_text() && = delete;  // it would point into a value that no longer exists
+  [[nodiscard]] std::string_view as_text() const& {
     return require(is_text(), Kind::text).get_text();
   }
+  // Of a temporary, a copy: `const auto name = parse_json(text).as_text();` is safe.
+  [[nodiscard]] std::string as_text() && { return std::string(std::as_const(*this).as_text()); }
   [[nodiscard]] std::string_view get_text() const noexcept {
     assert(is_text());
     return tag() >= Tag::inline_text ? std::string_view(bytes_.data(), inline_size()) : heap_text();
@@ -244,14 +295,14 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] bool is_list() const noexcept { return tag() == Tag::list; }
   [[nodiscard]] const List* if_list() const& noexcept { return is_list() ? &get_list() : nullptr; }
   [[nodiscard]] List* if_list() & noexcept { return is_list() ? &get_list() : nullptr; }
-  void if_list() && = delete;  // it would point into a value that is gone
+  void if_list() && = delete;  // it would point into a value that no longer exists
   [[nodiscard]] const List& as_list() const& { return require(is_list(), Kind::list).get_list(); }
   [[nodiscard]] List& as_list() & {
     require(is_list(), Kind::list);
     return get_list();
   }
-  // Of a value that is going, the items themselves: `for (Value& v : parse_json(text).as_list())`
-  // is safe. The value is left an empty list.
+  // Of a temporary, the items themselves: `for (Value& v : parse_json(text).as_list())` is safe.
+  // A value that was moved from so is left an empty list.
   [[nodiscard]] List as_list() &&;
   [[nodiscard]] const List& get_list() const& noexcept;
   [[nodiscard]] List& get_list() & noexcept;
@@ -262,7 +313,7 @@ class TOOL_BINDING_EXPORT Value {
     return is_mapping() ? &get_mapping() : nullptr;
   }
   [[nodiscard]] Mapping* if_mapping() & noexcept { return is_mapping() ? &get_mapping() : nullptr; }
-  void if_mapping() && = delete;  // it would point into a value that is gone
+  void if_mapping() && = delete;  // it would point into a value that no longer exists
   [[nodiscard]] const Mapping& as_mapping() const& {
     return require(is_mapping(), Kind::mapping).get_mapping();
   }
@@ -270,7 +321,8 @@ class TOOL_BINDING_EXPORT Value {
     require(is_mapping(), Kind::mapping);
     return get_mapping();
   }
-  // Of a value that is going, the entries themselves. The value is left an empty mapping.
+  // Of a temporary, the entries themselves. A value that was moved from so is left an empty
+  // mapping.
   [[nodiscard]] Mapping as_mapping() &&;
   [[nodiscard]] const Mapping& get_mapping() const& noexcept;
   [[nodiscard]] Mapping& get_mapping() & noexcept;
@@ -286,8 +338,8 @@ class TOOL_BINDING_EXPORT Value {
   }
   [[nodiscard]] std::shared_ptr<Object> as_object() && { return std::as_const(*this).as_object(); }
   [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
-  // The object as the class that it was made of. Null for another kind and for an object of
-  // another class.
+  // The object as its class or a base of that. Null for another kind and for an object of another
+  // class.
   //   context.at("repository").object_as<Repository>()
   template <std::derived_from<Object> T>
   [[nodiscard]] std::shared_ptr<T> object_as() const noexcept {
@@ -421,7 +473,7 @@ inline Value::Words Value::inline_words(std::string_view text) noexcept {
 //   List{Value(List{1}), 2}    [[1], 2]
 //
 // A list among the items is written as a Value: compilers disagree on what List{List{1}} would mean
-// otherwise. List{List{1}, 2} does not compile.
+// otherwise. List{List{1}, 2} does not compile. Destroying and copying do not recurse.
 class List : public std::vector<Value> {
  public:
   // What braces take: anything a Value is made of, but a List. It is moved from once.
@@ -451,18 +503,26 @@ class List : public std::vector<Value> {
 // Values by name, in the order in which the names were first set: setting a name that is present
 // replaces its value and keeps its position.
 //
+//   Mapping request{{"b", 1}, {"a", 2}, {"b", 3}};                  // {'b': 3, 'a': 2}
+//   request.set("c", List{});                                       // {'b': 3, 'a': 2, 'c': []}
+//   request.at("a") = "x";                                          // {'b': 3, 'a': 'x', 'c': []}
+//   request.erase("b");                                             // {'a': 'x', 'c': []}
+//   request.find("b") == nullptr
+//   request.at("b")   throws std::out_of_range
+//   for (auto& [name, value] : request) value = text_form(value);   // {'a': 'x', 'c': '[]'}
+//
 // Keys are Values of any kind but list and mapping. Requests, and all that the library builds, have
-// text keys alone, and only text is looked up in constant time; a key of another kind is searched
-// for among all of them.
-// References and views into an entry are valid until the next set() or reserve().
+// only text keys, and only text is looked up in constant time; for a key of another kind all keys
+// are searched.
+// References, views and iterators are valid until the next set(), erase() or reserve(). A
+// moved-from mapping is empty.
 //
 // Cost: one allocation for up to some sixteen names, then an index beside them. The index hashes
 // with a key of its own process, so that no client can choose names that collide.
 class TOOL_BINDING_EXPORT Mapping {
  public:
-  // A name and its value. The value can be changed in place, the name cannot: an entry is never
-  // assigned to, so that no algorithm can part the entries from the index.
-  //   for (auto& [name, value] : mapping) value = text_form(value);
+  // A name and its value. The value can be changed in place, the name cannot: an entry cannot be
+  // assigned, so that no algorithm (std::sort, say) can reorder entries behind the index.
   class Entry {
    public:
     template <class Key, class Content>
@@ -478,7 +538,7 @@ class TOOL_BINDING_EXPORT Mapping {
     // The key's text. Precondition, asserted in debug builds: the key is text.
     [[nodiscard]] std::string_view name() const noexcept { return key_.get_text(); }
 
-    // For structured bindings: the name, then the value. Throws TypeError when the key is no text.
+    // For structured bindings: the name, then the value. Throws TypeError when the key is not text.
     template <std::size_t index>
     [[nodiscard]] decltype(auto) get() const {
       if constexpr (index == 0) {
@@ -512,7 +572,7 @@ class TOOL_BINDING_EXPORT Mapping {
   using const_iterator = std::vector<Entry>::const_iterator;
 
   constexpr Mapping() noexcept = default;
-  // Copying takes all that the entries hold; like Value's, it uses no stack.
+  // Copying copies all that the entries hold; like Value's, it does not recurse.
   Mapping(const Mapping& other) = default;
   Mapping(Mapping&& other) noexcept = default;
   // A mapping may be replaced by one inside it.
@@ -537,28 +597,30 @@ class TOOL_BINDING_EXPORT Mapping {
   [[nodiscard]] iterator begin() noexcept { return entries_.begin(); }
   [[nodiscard]] iterator end() noexcept { return entries_.end(); }
 
-  // The value under a text key, or null.
-  [[nodiscard]] const Value* find(std::string_view name) const noexcept;
-  [[nodiscard]] Value* find(std::string_view name) noexcept {
+  // The value under a text key, or null. Cost: constant.
+  [[nodiscard]] const Value* find(std::string_view name) const& noexcept;
+  [[nodiscard]] Value* find(std::string_view name) & noexcept {
     return const_cast<Value*>(std::as_const(*this).find(name));
   }
-  // The value under a key of any kind, or null.
-  [[nodiscard]] const Value* find_key(const Value& key) const noexcept;
-  [[nodiscard]] Value* find_key(const Value& key) noexcept {
+  void find(std::string_view name) && = delete;  // it would point into what no longer exists
+  // The value under a key of any kind, or null. Cost: constant for text, else linear.
+  [[nodiscard]] const Value* find_key(const Value& key) const& noexcept;
+  [[nodiscard]] Value* find_key(const Value& key) & noexcept {
     return const_cast<Value*>(std::as_const(*this).find_key(key));
   }
+  void find_key(const Value& key) && = delete;
   [[nodiscard]] bool contains(std::string_view name) const noexcept {
-    return find(name) != nullptr;
+    return std::as_const(*this).find(name) != nullptr;
   }
-  // Throws std::out_of_range, naming the name, when it is absent.
+  // Throws std::out_of_range, whose message has the name, when it is absent.
   [[nodiscard]] const Value& at(std::string_view name) const&;
   [[nodiscard]] Value& at(std::string_view name) & {
     return const_cast<Value&>(std::as_const(*this).at(name));
   }
   [[nodiscard]] Value at(std::string_view name) && { return std::move(at(name)); }
 
-  // Returns the value in the mapping. Throws TypeError when the key is a list or a
-  // mapping. Cost: constant, amortised.
+  // Adds an entry at the end, or replaces the value of the one with that key. Returns the value in
+  // the mapping. Throws TypeError when the key is a list or a mapping. Cost: constant, amortised.
   Value& set(Value key, Value value);
 
   // Removes the entry of a text key; those behind it move up. Returns whether there was one. Throws
@@ -590,12 +652,19 @@ class TOOL_BINDING_EXPORT Mapping {
 };
 
 // The text that a value reads as: text itself, unchanged; any other kind its display_form.
+//
+//   text_form("it's") == "it's"
+//   text_form(List{1, "a"}) == "[1, 'a']"
 [[nodiscard]] TOOL_BINDING_EXPORT std::string text_form(const Value& value);
 
 // How a message shows a value: None, True, -7, 2.5, 1e+16, 'text', [1, 'a'], {'a': 1}, <NAME>.
 // Text is shown in single quotes, or in double quotes when it holds a single and no double one;
-// in it, what is not printable is escaped (\t \n \r \xhh \uhhhh \Uhhhhhhhh).
+// in it, what is not printable is escaped (\t \n \r \xhh \uhhhh \Uhhhhhhhh), so that the result is
+// one line and cannot turn the direction of text around it.
 // Floats: the shortest digits that read back as the same float. Cost: linear in what is shown.
+//
+//   display_form("it's") == "\"it's\""
+//   display_form(Mapping{{"n", 5.0}, {"paths", List{"a\n"}}}) == "{'n': 5.0, 'paths': ['a\\n']}"
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Value& value);
 
 // The same of a mapping or a list that is not in a Value, without a copy of it.
@@ -626,7 +695,7 @@ template <>
 struct std::tuple_size<tool_binding::Mapping::Entry> : std::integral_constant<std::size_t, 2> {};
 template <>
 struct std::tuple_element<0, tool_binding::Mapping::Entry> {
-  using type = std::string_view;
+  using type = const std::string_view;  // assigning it would not rename the entry
 };
 template <>
 struct std::tuple_element<1, tool_binding::Mapping::Entry> {

@@ -7,7 +7,7 @@
 //   visit_events(value, builder);   // the events of a value build an equal value
 //   builder.take() == value
 //
-// Neither direction uses the stack, however deep a value is nested. Both take linear time.
+// Neither direction recurses, however deep a value is nested. Both take linear time.
 
 #include <cstddef>
 #include <string_view>
@@ -100,6 +100,19 @@ class EventWalk {
 
 // Calls `events` for `root` (a Value, a List or a Mapping) and all that it holds, in order. An
 // exception from a call ends the walk and passes through. Nothing may change `root` meanwhile.
+//
+//   struct CountTexts {
+//     void begin_list(const List&) {}
+//     void end_list() {}
+//     void begin_mapping(const Mapping&) {}
+//     void key(const Value&) {}
+//     void end_mapping() {}
+//     void leaf(const Value& value) { texts += value.is_text() ? 1 : 0; }
+//     int texts = 0;
+//   };
+//   CountTexts count;
+//   visit_events(List{"a", 1, Mapping{{"k", "b"}}}, count);
+//   count.texts == 2
 template <class Root, ValueEvents Events>
 void visit_events(const Root& root, Events& events) {
   EventWalk<Events> walk(events);
@@ -121,11 +134,11 @@ void visit_events(const Root& root, Events& events) {
 //
 // Preconditions, asserted in debug builds: in a mapping each value has a key before it, and nothing
 // else has; what ends is what was begun last; there is one value until take().
-// A call that throws std::bad_alloc leaves the builder fit only to be destroyed.
+// After a call that throws std::bad_alloc the builder can only be destroyed.
 class TOOL_BINDING_EXPORT ValueBuilder {
  public:
   ValueBuilder() noexcept = default;
-  // It points into the value that it builds.
+  // Not copied or moved: it points into the value that it builds.
   ValueBuilder(const ValueBuilder&) = delete;
   ValueBuilder& operator=(const ValueBuilder&) = delete;
 

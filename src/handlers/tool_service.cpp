@@ -27,7 +27,7 @@ struct ToolService::Record {
   }
 };
 
-std::string_view ToolAnswer::text() const noexcept {
+std::string_view ToolAnswer::text() const& noexcept {
   for (const Content& block : content) {
     if (const auto* text = std::get_if<TextContent>(&block)) return text->text;
   }

@@ -34,13 +34,13 @@ void Mapping::reserve(std::size_t count) {
   if (count > scan_limit && count * 2 > index_.size()) rebuild_index(count);
 }
 
-const Value* Mapping::find(std::string_view name) const noexcept {
+const Value* Mapping::find(std::string_view name) const& noexcept {
   if (name.size() <= Value::inline_capacity) return MappingAccess::find(*this, Value(name));
   return find_if([name] { return name_hash(name); },
                  [name](const Value& key) { return key.if_text() == name; });
 }
 
-const Value* Mapping::find_key(const Value& key) const noexcept {
+const Value* Mapping::find_key(const Value& key) const& noexcept {
   if (key.tag() >= Value::Tag::inline_text) {
     return find_if([&key] { return MappingAccess::hash_of(key); },
                    [&key](const Value& other) { return Value::same_bytes(other, key); });

@@ -31,6 +31,12 @@ void sort(Mapping& mapping) {
 }
 #endif
 
+#ifdef RENAMED_ENTRY  // discards qualifiers|no viable overloaded '='
+void rename(Mapping& mapping) {
+  for (auto& [name, value] : mapping) name = "renamed";
+}
+#endif
+
 #ifdef EVENTS_WITHOUT_LEAF  // ValueEvents
 struct Events {
   void begin_list(const List&) {}
