@@ -332,6 +332,8 @@ void add_texts(std::vector<Case>& cases) {
        [](std::size_t size) { return in_brackets(repeated("[],", size)); }},
       {"brackets that pair with no other", 8 * mebibyte,
        [](std::size_t size) { return in_brackets(repeated("x{,[}", size)); }},
+      {"brackets in quotes", 8 * mebibyte,
+       [](std::size_t size) { return in_brackets(repeated("'[',\"]\",x ''", size) + ","); }},
       {"literal cut off", 8 * mebibyte,
        [](std::size_t size) { return "[" + repeated("{'a': (1, None)},", size); }},
       {"JSON list of escapes", 8 * mebibyte,

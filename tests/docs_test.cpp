@@ -41,7 +41,7 @@ TEST(Docs, ShowExamplesAsTheyRun) {
     }
     EXPECT_EQ(block, file) << name;
   }
-  EXPECT_EQ(shown, 2U);
+  EXPECT_EQ(shown, 3U);
 }
 
 }  // namespace

@@ -241,8 +241,9 @@ TEST_F(ToolBinding, ReadsCustomKinds) {
       {{{"one", "1"}}, "{'one': 1}"},
       {{{"one", "2.5"}}, "{'one': 2.5}"},
       {{{"one", "True"}}, "{'one': 'True'}"},  // the text that is an entry comes before the boolean
-      {{{"one", 1.0}},
-       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 1.0"},
+      {{{"one", 1.0}}, "{'one': 1}"},
+      {{{"one", 1.5}},
+       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 1.5"},
       {{{"one", "X"}},
        "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 'X'"},
   };

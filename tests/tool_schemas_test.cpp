@@ -86,20 +86,25 @@ TEST(PublishedTools, AreFlatSchemas) {
 TEST(ReadTools, KeepsTheFirstToolOfAName) {
   const ToolsReading reading =
       read_tools(parse_json(R"([{"name": "a", "description": "1"}, {"name": "a"}])"));
-  EXPECT_EQ(problems_of(reading), Lines{"E a: another tool has this name too"});
+  EXPECT_EQ(problems_of(reading), Lines{"E a: another tool has this name too: choose another"});
   EXPECT_EQ(ToolTable(reading.tools), ToolTable({ToolSpec({.name = "a", .description = "1"})}));
 }
 
-// What no type expresses is kept whole, without what the parameter says beside it.
+// What no type expresses is kept whole, without what the parameter says beside it; so is what
+// refers or is referred to, and what describes items and actions.
 TEST(ReadTools, KeepsTheSchemasOfCustomKinds) {
   const std::string_view published =
       R"([{"name": "fork", "inputSchema": {"type": "object", "properties": {)"
+      R"("action": {"type": "string", "enum": ["go"], "description": "d"}, )"
       R"("repo": {"type": "string"}, )"
       R"("filter": {"type": "object", "properties": {"a": {"x-kept": [1]}}, "required": ["a"], )"
       R"("description": "d", "x-synonyms": ["f"]}, )"
       R"("id": {"anyOf": [{"type": "integer"}, {"type": "string"}], "default": 0}, )"
       R"("count": {"type": "integer", "enum": [1, 2, 2.5], "x-required-for": []}, )"
-      R"("any": {"$ref": "#/$defs/x"}}, "required": ["repo"], "x-routing": false}}])";
+      R"("any": {"$ref": "#/$defs/x"}, "edits": {"type": "array", "items": {"type": "object", )"
+      R"("properties": {"a": {"type": "string"}}}}, "points": {"type": "array", )"
+      R"("items": {"$ref": "#/$defs/x"}}}, "required": ["action", "repo"], "x-routing": false, )"
+      R"("$defs": {"x": {"enum": [1]}}}}])";
   const ToolsReading reading = read_tools(parse_json(published));
   ASSERT_EQ(reading.errors, std::vector<SchemaProblem>());
   const ToolSpec& tool = reading.tools.at(0);
@@ -129,19 +134,21 @@ TEST(CheckTool, ReportsWhatTheReaderReports) {
        {}},
       {{.name = " "}, {"E  : the tool's name is blank"}},
       {{.name = "t", .actions = {"go", "go"}, .default_action = "Works on branches."},
-       {"E t, 'action': 'go' is the name of an action already",
-        "E t, 'action': the default 'Works on branches.' is not one of the tool's actions"}},
+       {"E t, 'action': 'go' is the name of an action already: choose another",
+        "E t, 'action': the default 'Works on branches.' must be one of the tool's actions"}},
       {{.name = "t", .default_action = "go"},
-       {"E t, 'action': the default 'go' is not one of the tool's actions"}},
+       {"E t, 'action': the default 'go' must be one of the tool's actions"}},
       {{.name = "t", .params = {{.name = "p", .type = "int", .minimum = 5}, {.name = "p"}}},
        {"E t, 'p': its type must be integer, number, boolean, string or array, not 'int'",
-        "E t: 'p' is the name of a parameter already"}},
+        "E t: 'p' is the name of a parameter already: choose another"}},
       {{.name = "t", .params = {{.name = "action"}, {.name = "repo", .synonyms = {"repo_root"}}}},
        {"E t, 'action': is never filled: requests name the tool's action by it, so choose another "
         "name",
         "E t, 'repo': is never filled: requests name their repository by it, so choose another "
         "name, or declare that the tool has no routing",
-        "W t, 'repo': the synonym 'repo_root' is never read: requests use it otherwise"}},
+        "W t, 'repo': the synonym 'repo_root' is never read, since requests use it otherwise: "
+        "leave "
+        "it out"}},
       {{.name = "t", .params = {{.name = "repo"}}, .routing = false}, {}},
       {{.name = "t",
         .params = {{.name = "p", .type = "integer", .minimum = std::nan(""), .maximum = "5"}}},
@@ -150,7 +157,7 @@ TEST(CheckTool, ReportsWhatTheReaderReports) {
       {{.name = "t", .params = {{.name = "p", .custom = std::make_shared<CustomType>()}}},
        {"E t, 'p': its custom type has no 'read'"}},
       {{.name = "t", .params = {{.name = "p", .default_ = 3, .custom = one_of({1, 2})}}},
-       {"W t, 'p': the default 3 is not one of: 1, 2: a client that sends it is refused"}},
+       {"W t, 'p': the default 3 must be one of: 1, 2: a client that sends it is refused"}},
   };
   for (const auto& c : cases) {
     const ToolProblems problems = check_tool(c.tool);

@@ -67,9 +67,9 @@ struct CustomType {
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> object_type();
 // Any value, passed on as it is.
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> any_type();
-// One of some values: an equal one, or text that is its text form; of several that match, the
-// first. The entry itself is taken. Words: "one of: 1, 2, 3". Throws std::invalid_argument when
-// there are no values or one of them is none.
+// One of some values: an equal one (1 and 1.0 are the same number), or text that is its text form;
+// of several that match, the first. The entry itself is taken. Words: "one of: 1, 2, 3". Throws
+// std::invalid_argument when there are no values or one of them is none.
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> one_of(List values);
 
 // One parameter. Nothing here is checked when it is declared: see check_tool().
@@ -105,8 +105,10 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   // Defaults by action name; of two pairs for one action the later one counts. When not empty, a
   // parameter that is left out is bound to none and its handler asks action_default().
   std::vector<std::pair<std::string, Value>> action_defaults = {};
-  // Shown in the published schema, read by nothing else.
+  // Shown in the published schema, read by nothing else; of an array's items, what their schema
+  // says beside items_type and the enumeration.
   std::string description = {};
+  Mapping items_schema = {};
   // A kind of value in place of the type: it reads the value, and the enumeration is not consulted.
   // A number that it returns is brought within the bounds as a float, or as an integer where `type`
   // is "integer". Null: one of the five types.
@@ -152,6 +154,10 @@ struct ToolDefinition {
   // Whether the arguments "repo" and "repo_root" say which repository a request runs against, so
   // that admission drops them. False: to this tool they are names like any other.
   bool routing = true;
+  // Shown in the published schema, read by nothing else: the description of the property "action",
+  // and the keywords "$defs" and "definitions", to which schemas of custom types may refer.
+  std::string action_description = {};
+  Mapping definitions = {};
 
   friend bool operator==(const ToolDefinition&, const ToolDefinition&) = default;
 };

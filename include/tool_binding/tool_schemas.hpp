@@ -17,7 +17,8 @@
 //     allOf, no type
 //   enum, items.enum          texts; in an array each item must be one of them; an enum with
 //                             entries that are not text: one_of(...)
-//   items.type                "string" turns items into text, any other leaves them as they are
+//   items.type                "string" turns items into text, any other leaves them as they are;
+//                             the rest of the items' schema is kept and published again
 //   minimum, maximum          finite numbers
 //   default, description
 //   x-synonyms                [names]
@@ -27,19 +28,20 @@
 //   x-default                 the default for the actions that x-action-defaults leaves out, which
 //                             is not published as a default; otherwise the same as default
 //
-// The property "action" lists the tool's actions: enum, default, x-synonyms {action: [names]}.
+// The property "action" lists the tool's actions: enum, default, description, x-synonyms
+// {action: [names]}. "$defs" and "definitions" are kept and published again.
 // "required" is read as it is. "x-routing" false in the schema itself, and a property named repo or
 // repo_root, make the tool's routing false. The schema of a property that becomes a custom kind is
-// kept whole and published again as it was.
+// kept whole and published again as it was; of any other, what is not listed here is not published.
 //
 // Errors: a value of the wrong kind, an enumeration of which no entry can be admitted, an action
-// without an enum of texts, two tools or two actions of one name, a name that is blank or
-// undeclared, a default action that the tool does not have. Warnings: a keyword that is not
-// enforced or not read, a custom kind, whose content is passed on unchecked, a tool without
-// routing, and what is doubtful: a default that admission would not let through, a minimum above
-// the maximum, bounds without effect, enum entries that requests cannot tell apart or cannot give,
-// a name that is listed twice, a synonym that another name takes, a required parameter that may be
-// null, items of a number type, an action that is needed although it is not required.
+// without an enum of texts, two tools or two actions of one name, a name that is blank, what is
+// said of an undeclared action. Warnings: a keyword that is not enforced or not read, a custom
+// kind, whose content is passed on unchecked, a tool without routing, and what is doubtful: a
+// default that admission would not let through, bounds the wrong way round or without effect, enum
+// entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
+// that another name takes, a required parameter that may be null or is not declared, items of a
+// number type, a default action that is none, an action that is needed although it is not required.
 
 #include <string>
 #include <string_view>
@@ -89,7 +91,7 @@ struct ToolsReading : ToolProblems {
 // What is wrong or doubtful about a tool that is declared in C++: what read_tools would report, and
 // what no tools file can contain. Errors: a blank name, an unknown type word, a name that requests
 // use for something else, a bound that is not a finite number, an enumeration that admits nothing,
-// the name of an action that the tool does not have, repeated names.
+// a default action or another name of an action that the tool does not have, repeated names.
 //
 //   ToolProblems problems = check_tool({.name = "t", .params = {{.name = "n", .type = "int"}}});
 //   problem_line(problems.errors[0]) ==
@@ -100,8 +102,8 @@ struct ToolsReading : ToolProblems {
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
 // published reads back as equal tools without an error, except for what no schema can say: what is
-// an error above, the items' type of what is not an array, an action that is twice in
-// action_defaults, and a default action without actions.
+// an error above, the items' type of what is no array, an action that is twice in action_defaults,
+// and a default action without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
 // One tool's input schema.

@@ -4,6 +4,7 @@
 
 #include "json/literal.hpp"
 #include "tool_binding/tool_registry.hpp"
+#include "value/numbers.hpp"
 
 namespace tool_binding {
 namespace {
@@ -23,12 +24,17 @@ std::string words_of(const List& values) {
   return words;
 }
 
-// An entry that is the value itself comes before one whose text it is.
+bool are_equal_numbers(const Value& left, const Value& right) {
+  const auto is_number = [](const Value& value) { return value.is_integer() || value.is_float(); };
+  return is_number(left) && is_number(right) && compare_numbers(left, right) == 0;
+}
+
+// An entry that is the value itself comes before one that is the same number, or whose text it is.
 std::optional<Value> read_entry(const List& values, const Value& sent) {
   auto entry = std::find(values.begin(), values.end(), sent);
-  if (entry == values.end() && sent.is_text()) {
+  if (entry == values.end()) {
     entry = std::find_if(values.begin(), values.end(), [&sent](const Value& value) {
-      return text_form(value) == sent.get_text();
+      return sent.is_text() ? text_form(value) == sent.get_text() : are_equal_numbers(value, sent);
     });
   }
   return entry != values.end() ? std::optional(*entry) : std::nullopt;

@@ -140,7 +140,9 @@ void work_out_param(ToolIndex& tool, const ParamSpec& param) {
 
 // Points into the definition, which from here on stays where it is.
 void work_out(ToolIndex& tool) {
-  const auto& [name, _, actions, params, default_action, routing] = tool.definition;
+  const std::string& name = tool.definition.name;
+  const std::vector<ActionSpec>& actions = tool.definition.actions;
+  const std::vector<ParamSpec>& params = tool.definition.params;
   tool.action_names = names_of(actions);
   tool.action_candidates.assign(tool.action_names.begin(), tool.action_names.end());
   tool.param_names = names_of(params);
@@ -172,7 +174,8 @@ bool operator==(const ParamSpec& left, const ParamSpec& right) {
   const auto fields = [](const ParamSpec& param) {
     return std::tie(param.name, param.synonyms, param.type, param.items_type, param.enum_,
                     param.minimum, param.maximum, param.blank_is_value, param.required,
-                    param.required_for, param.default_, param.action_defaults, param.description);
+                    param.required_for, param.default_, param.action_defaults, param.description,
+                    param.items_schema);
   };
   const auto same_custom = [](const CustomType* a, const CustomType* b) {
     return a == b ||

@@ -8,6 +8,7 @@
 
 #include "registry/tool_index.hpp"
 #include "schemas/schemas_private.hpp"
+#include "text/lines.hpp"
 #include "text/lower_case.hpp"
 #include "text/trim.hpp"
 #include "value/numbers.hpp"
@@ -43,25 +44,39 @@ bool can_be_matched(const std::string& entry, std::string_view type) {
   return number && is_shown_as_it(*number);
 }
 
-void check_entry(const std::string& entry, const Place& place) {
-  if (trimmed(entry) != entry) {
-    place.warning("the enum entry " + quoted(entry) +
-                  " has white space around it, so no request matches it: write it without");
-  }
-  if (entry.find(',') != entry.npos) {
-    place.warning("the enum entry " + quoted(entry) +
-                  " has a comma in it, where comma-separated text is divided: write it without");
-  }
+// What requests make of an entry that is doubtful; an action is found by its exact name first.
+struct EntryDoubts {
+  std::string_view white_space;
+  std::string_view comma;
+  std::string_view case_alone;
+};
+constexpr EntryDoubts of_values = {"no request matches it",
+                                   "refusals, which list the entries, show two",
+                                   "requests get the first"};
+constexpr EntryDoubts of_items = {of_values.white_space, "comma-separated text divides it",
+                                  of_values.case_alone};
+constexpr EntryDoubts of_actions = {"only a request with the same white space names it",
+                                    of_values.comma, "a request in any other case gets the first"};
+
+void check_entry(const std::string& entry, const EntryDoubts& doubts, const Place& place) {
+  const auto warn = [&](std::string_view what, std::string_view doubt) {
+    place.warning(
+        line_of({"the enum entry '", entry, "' has ", what, ", so ", doubt, ": write it without"}));
+  };
+  if (trimmed(entry) != entry) warn("white space around it", doubts.white_space);
+  if (entry.find(',') != entry.npos) warn("a comma in it", doubts.comma);
 }
 
-void check_enum(const std::vector<std::string>& entries, const Place& place) {
+void check_enum(const std::vector<std::string>& entries, const EntryDoubts& doubts,
+                const Place& place) {
   std::map<std::string, std::string_view> first_by_lower_case;
   for (const std::string& entry : entries) {
-    check_entry(entry, place);
+    check_entry(entry, doubts, place);
     const auto [first, is_new] = first_by_lower_case.emplace(lower_cased(entry), entry);
     if (is_new || first->second == entry) continue;
-    place.warning("the enum entries " + quoted(first->second) + " and " + quoted(entry) +
-                  " differ only in letter case: requests get the first");
+    place.warning(
+        line_of({"the enum entries '", first->second, "' and '", entry,
+                 "' differ only in letter case, so ", doubts.case_alone, ": keep one of them"}));
   }
 }
 
@@ -97,10 +112,11 @@ void check_bound(const ParamSpec& param, std::string_view which, const Value& bo
   if (!is_finite_number(bound)) return place.must_be(which, "a finite number", bound);
   if (param.custom != nullptr || param.type.empty()) return;
   if (!is_number_type(param.type)) {
-    place.warning(quoted(which) + " has no effect on type " + quoted(param.type));
+    place.warning(quoted(which) + " has no effect on type " + quoted(param.type) +
+                  ": leave it out");
   } else if (param.type == "number" &&
              (compare_numbers(bound, -largest) < 0 || compare_numbers(bound, largest) > 0)) {
-    place.warning(quoted(which) + " is beyond the range of floats: to use it is an error");
+    place.warning(quoted(which) + " is beyond the range of floats: leave it out");
   }
 }
 
@@ -110,13 +126,12 @@ void check_bounds(const ParamSpec& param, const Place& place) {
   check_bound(param, "maximum", high, place);
   if (!is_number_type(param.type) || !is_finite_number(low) || !is_finite_number(high)) return;
   if (compare_numbers(low, high) > 0) {
-    place.warning("the minimum " + shown(low) + " is above the maximum " + shown(high));
+    place.warning("the minimum " + shown(low) + " is above the maximum " + shown(high) +
+                  ": exchange them");
   }
 }
 
 // Defaults. One reaches handlers as it is written, so it should be what admission would make of it.
-
-constexpr std::string_view is_refused = ": a client that sends it is refused";
 
 std::string entry_fault(const ParamSpec& param, const Value& value) {
   const auto& entries = param.enum_;
@@ -126,16 +141,16 @@ std::string entry_fault(const ParamSpec& param, const Value& value) {
   const auto same = std::find_if(entries.begin(), entries.end(), [&](const std::string& entry) {
     return lower_cased(entry) == lower_cased(trimmed(text));
   });
-  if (same == entries.end()) return "is not in the enum" + std::string(is_refused);
-  return "is " + quoted(*same) + " in the enum, which a client that sends it gets";
+  if (same == entries.end()) return "must be in the enum: a client that sends it is refused";
+  return "must be written " + quoted(*same) + ": a client that sends it gets that";
 }
 
 std::string list_fault(const ParamSpec& param, const List& items) {
   for (const Value& item : items) {
     if (!param.enum_.empty() && !entry_fault(param, item).empty()) {
-      return "contains an item that is not in the enum";
+      return "must contain only entries of the enum";
     }
-    if (param.items_type == "string" && !item.is_text()) return "contains an item that is not text";
+    if (param.items_type == "string" && !item.is_text()) return "must contain only texts";
   }
   return "";
 }
@@ -145,10 +160,10 @@ std::string number_fault(const ParamSpec& param, const Value& number) {
     return is_finite_number(bound) && compare_numbers(number, bound) == side;
   };
   if (is(param.minimum, std::partial_ordering::less)) {
-    return "is below the minimum, which a client that sends it gets";
+    return "must be within the bounds: a client that sends it gets the minimum";
   }
   return is(param.maximum, std::partial_ordering::greater)
-             ? "is above the maximum, which a client that sends it gets"
+             ? "must be within the bounds: a client that sends it gets the maximum"
              : "";
 }
 
@@ -160,14 +175,14 @@ std::string custom_fault(const CustomType& custom, const Value& value) {
     throw;
   } catch (const std::exception&) {
   }
-  return "is not " + custom.words + std::string(is_refused);
+  return "must be " + custom.words + ": a client that sends it is refused";
 }
 
 std::string default_fault(const ParamSpec& param, const Value& value) {
   if (param.custom != nullptr) return custom_fault(*param.custom, value);
   if (param.type != "array" && !param.enum_.empty()) return entry_fault(param, value);
   if (!has_type(value, param.type)) {
-    return "is not of type " + quoted(param.type) +
+    return "must be of type " + quoted(param.type) +
            ": handlers get it as it is, a client that sends it is refused or gets another value";
   }
   if (value.is_list()) return list_fault(param, value.get_list());
@@ -197,9 +212,10 @@ template <class Named>
 void check_names(const std::vector<Named>& all, std::string_view what, const Place& place) {
   Names names;
   for (const Named& named : all) {
-    if (is_blank(named.name)) place.error("the name of " + std::string(what) + " is blank");
+    if (is_blank(named.name))
+      place.error(line_of({"the name of ", what, " is blank: give it one"}));
     if (names.insert(named.name).second) continue;
-    place.error(quoted(named.name) + " is the name of " + std::string(what) + " already");
+    place.error(line_of({"'", named.name, "' is the name of ", what, " already: choose another"}));
   }
 }
 
@@ -215,7 +231,7 @@ void check_synonyms(const std::vector<Named>& all, const PlaceOf& place_of) {
       const auto [owner, is_new] = owners.emplace(synonym, named.name);
       if (is_new) continue;
       place_of(named).warning("the synonym " + quoted(synonym) + " of " + quoted(named.name) +
-                              " is taken by " + quoted(owner->second));
+                              " is taken by " + quoted(owner->second) + ": leave it out");
     }
   }
 }
@@ -235,7 +251,8 @@ void check_reserved(const ToolDefinition& tool, const ParamSpec& param, const Pl
   }
   for (const std::string& synonym : param.synonyms) {
     if (!is_never_read(tool, synonym)) continue;
-    place.warning("the synonym " + quoted(synonym) + " is never read: requests use it otherwise");
+    place.warning("the synonym " + quoted(synonym) +
+                  " is never read, since requests use it otherwise: leave it out");
   }
 }
 
@@ -251,19 +268,19 @@ void check_action_names(const ParamSpec& param, const Names& actions, const Plac
 void check_actions(const ToolDefinition& tool, const Place& place) {
   std::vector<std::string> names;
   for (const ActionSpec& action : tool.actions) names.push_back(action.name);
-  check_enum(names, place);
+  check_enum(names, of_actions, place);
   check_names(tool.actions, "an action", place);
   check_synonyms(tool.actions, [&place](const ActionSpec&) { return place; });
   const auto& first = tool.default_action;
   if (first && std::find(names.begin(), names.end(), *first) == names.end()) {
-    place.error("the default " + quoted(*first) + " is not one of the tool's actions");
+    place.error("the default " + quoted(*first) + " must be one of the tool's actions");
   }
 }
 
 void check_param(const ParamSpec& param, const Place& place) {
   check_bounds(param, place);
   if (param.custom == nullptr) {
-    check_enum(param.enum_, place);
+    check_enum(param.enum_, param.type == "array" ? of_items : of_values, place);
     check_entries_of_type(param, place);
   }
   if (param.custom != nullptr || !param.type.empty()) check_defaults(param, place);

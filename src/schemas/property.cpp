@@ -86,15 +86,18 @@ bool is_null_schema(const Value& schema) {
 }
 
 // The one alternative that is not null's; null when there are none or several.
-const Value* only_alternative(const Value& alternatives, bool (*is_null)(const Value&)) {
+const Value* only_alternative(const Value& alternatives, bool& may_be_null) {
   const Value* only = nullptr;
+  std::size_t count = 0;
   if (!alternatives.is_list()) return only;
   for (const Value& alternative : alternatives.get_list()) {
-    if (is_null(alternative)) continue;
-    if (only != nullptr) return nullptr;
-    only = &alternative;
+    if (is_null_schema(alternative)) {
+      may_be_null = true;
+    } else if (++count == 1) {
+      only = &alternative;
+    }
   }
-  return only;
+  return count == 1 ? only : nullptr;
 }
 
 // Goes into unions of one type and null, also into one that is the branch of another. The keyword
@@ -109,11 +112,10 @@ std::string_view open_union(Property& property) {
     if (any_of == nullptr && one_of == nullptr) return {};
     const std::string_view keyword = any_of != nullptr ? "anyOf" : "oneOf";
     const Value& alternatives = any_of != nullptr ? *any_of : *one_of;
-    const Value* only = only_alternative(alternatives, is_null_schema);
+    const Value* only = only_alternative(alternatives, property.may_be_null);
     if (schema != property.outer) property.passed.push_back(schema);
     property.branch = only != nullptr ? only->if_mapping() : nullptr;
     if (property.branch == nullptr || (any_of != nullptr && one_of != nullptr)) return keyword;
-    if (alternatives.get_list().size() > 1) property.may_be_null = true;
   }
 }
 
@@ -123,7 +125,7 @@ void warn_of_overruled(const Property& property, const Place& place) {
     const Value* outer = find_given(*property.outer, keyword);
     if (outer == nullptr || entry.value.is_none() || *outer == entry.value) continue;
     if (is_among(annotations, keyword)) continue;
-    place.warning(quoted(keyword) + " is in the union and beside it: the one beside it counts");
+    place.warning(quoted(keyword) + " is in the union and beside it: keep that one, which counts");
   }
 }
 
@@ -184,7 +186,8 @@ void warn_of_unread(const Mapping& schema, Keywords read, const Place& place,
     if (is_among(read, keyword) || is_among(annotations, keyword)) continue;
     if (asks_for_nothing(keyword, entry.value)) continue;
     place.warning(quoted(keyword) + std::string(whose) +
-                  (is_among(constraints, keyword) ? " is not enforced" : " is not read"));
+                  (is_among(constraints, keyword) ? " is not enforced, so the handler must check it"
+                                                  : " is not read: correct it or leave it out"));
   }
 }
 
@@ -213,10 +216,12 @@ std::vector<std::string> read_names(const Value* value, std::string_view keyword
   std::set<std::string> seen;
   for (std::string& name : read_texts(*value, keyword, place)) {
     if (is_blank(name)) {
-      place.error(quoted(keyword) + " contains a blank name");
+      place.error(quoted(keyword) + " contains a blank name: leave it out");
       continue;
     }
-    if (!seen.insert(name).second) place.warning(quoted(keyword) + " repeats " + quoted(name));
+    if (!seen.insert(name).second) {
+      place.warning(quoted(keyword) + " repeats " + quoted(name) + ": write it once");
+    }
     names.push_back(std::move(name));
   }
   return names;
@@ -232,7 +237,9 @@ List read_entries(const Value* value, const Place& place) {
   for (const Value& entry : value->get_list()) {
     if (!entry.is_none()) entries.push_back(entry);
   }
-  if (entries.empty()) place.warning("'enum' has no entries: any value is allowed");
+  if (entries.empty()) {
+    place.warning("'enum' has no entries, so any value is allowed: leave it out or give it some");
+  }
   return entries;
 }
 
@@ -245,6 +252,8 @@ Property open_property(const Mapping& schema) {
   Property property{&schema};
   property.combination = open_union(property);
   if (!property.combination.empty()) property.branch = nullptr;
+  const Value* nullable = property.find("nullable");
+  if (nullable != nullptr && *nullable == Value(true)) property.may_be_null = true;
   return property;
 }
 

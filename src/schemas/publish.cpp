@@ -16,6 +16,7 @@ void set_value(Mapping& schema, std::string_view keyword, const Value& value) {
 Mapping items_schema(const ParamSpec& param) {
   Mapping items;
   if (!param.items_type.empty()) items.set("type", param.items_type);
+  for (const Mapping::Entry& entry : param.items_schema) items.set(entry.key(), entry.value);
   set_texts(items, "enum", param.enum_);
   return items;
 }
@@ -50,6 +51,8 @@ Mapping param_schema(const ParamSpec& param) {
 
 Mapping action_schema(const ToolSpec& tool) {
   Mapping schema{{"type", "string"}, {"enum", list_of(tool.action_names())}};
+  const std::string& description = tool.definition().action_description;
+  if (!description.empty()) schema.set("description", description);
   if (tool.default_action()) schema.set("default", *tool.default_action());
   Mapping synonyms;
   for (const ActionSpec& action : tool.actions()) {
@@ -75,6 +78,7 @@ Value input_schema(const ToolSpec& tool) {
   Mapping schema{{"type", "object"}, {"properties", std::move(properties)}};
   if (!required.empty()) schema.set("required", std::move(required));
   if (!tool.routing()) schema.set("x-routing", false);
+  for (const auto& [keyword, value] : tool.definition().definitions) schema.set(keyword, value);
   return schema;
 }
 

@@ -18,6 +18,7 @@ constexpr std::string_view schema_keywords[] = {"type", "properties", "required"
                                                 "additionalProperties"};
 constexpr std::string_view action_keywords[] = {"type", "anyOf", "oneOf",   "allOf",
                                                 "$ref", "enum",  "default", "x-synonyms"};
+constexpr std::string_view definition_keywords[] = {"$defs", "definitions"};
 constexpr std::string_view items_keywords[] = {"type", "enum"};
 constexpr std::string_view param_keywords[] = {
     "type", "anyOf", "oneOf", "allOf", "$ref", "enum", "items", "minimum", "maximum", "default",
@@ -65,11 +66,26 @@ std::vector<std::string> texts_of(const List& entries) {
 
 // The entries of a list's items. What no type expresses is not enforced.
 void read_items_enum(const List& entries, ParamSpec& param, const Place& place) {
+  if (entries.empty()) return;
   if (!is_all_text(entries)) {
-    return place.warning("the enum of its items has entries that are not text: it is not enforced");
+    return place.warning(
+        "the enum of its items has entries that are not text and is not enforced: write texts, or "
+        "let the handler check it");
   }
   if (!param.enum_.empty()) place.error("'enum' is in 'items' too: keep that one");
   param.enum_ = texts_of(entries);
+}
+
+// What the items' schema says beside what the parameter says of them.
+Mapping rest_of_items(const Mapping& items, const ParamSpec& param) {
+  Mapping rest;
+  for (const Mapping::Entry& entry : items) {
+    const bool is_said = entry.key() == Value("type")
+                             ? !param.items_type.empty()
+                             : entry.key() == Value("enum") && !param.enum_.empty();
+    if (!is_said) rest.set(entry.key(), entry.value);
+  }
+  return rest;
 }
 
 // Items that are neither of an enumeration nor to be text are left as they come.
@@ -77,27 +93,28 @@ void read_items(const Mapping& items, ParamSpec& param, const Place& place) {
   const Value* type = find_given(items, "type");
   if (type != nullptr && type->is_text()) param.items_type = type->get_text();
   read_items_enum(read_entries(find_given(items, "enum"), place), param, place);
+  param.items_schema = rest_of_items(items, param);
   if (type == nullptr || param.items_type == "string") {
     return warn_of_unread(items, items_keywords, place, " of its items");
   }
   const std::string kind = type->is_text() ? "type " + quoted(type->get_text()) : "several types";
   if (!param.enum_.empty()) {
     place.warning("items of " + kind + " become the enum's text: write type 'string'");
-  } else if (param.items_type == "integer" || param.items_type == "number") {
-    place.warning("items of " + kind +
-                  " are passed on unchecked: those of comma-separated text are text");
   } else {
-    place.warning("items of " + kind + " are passed on unchecked");
+    const bool are_numbers = param.items_type == "integer" || param.items_type == "number";
+    place.warning("items of " + kind + " are passed on unchecked, so the handler must check them" +
+                  (are_numbers ? ": those of comma-separated text are text" : ""));
   }
 }
 
 void read_list(const Property& property, ParamSpec& param, const Place& place) {
   const Value* items = property.find("items");
-  if (items == nullptr) return;
+  if (items == nullptr || *items == Value(true)) return;
   if (param.type != "array") {
-    place.warning("'items' has no effect on type " + quoted(param.type));
-  } else if (items->is_list()) {
-    place.warning("'items' as a list is not enforced");
+    place.warning("'items' has no effect on type " + quoted(param.type) + ": leave it out");
+  } else if (items->is_list() || *items == Value(false)) {
+    place.warning("'items' as " + std::string(items->is_list() ? "a list" : "false") +
+                  " is not enforced, so the handler must check it");
   } else if (const Mapping* schema = read_mapping(items, "items", place)) {
     read_items(*schema, param, place);
   }
@@ -118,7 +135,7 @@ void pass_on(const std::shared_ptr<const CustomType>& kind, const Property& prop
 void pass_on_unchecked(const std::string& reason, const Property& property, ParamSpec& param,
                        const Place& place) {
   pass_on(any_type(), property, param);
-  place.warning(reason + ": any value is passed on unchecked");
+  place.warning(reason + ": any value is passed on unchecked, so the handler must check it");
 }
 
 // The types that 'type' names, without null.
@@ -126,8 +143,7 @@ List types_in(const Property& property, bool& may_be_null) {
   List types;
   const Value* type = property.find("type");
   if (type == nullptr) return types;
-  if (!type->is_list()) return List{*type};
-  for (const Value& each : type->get_list()) {
+  for (const Value& each : type->is_list() ? type->get_list() : List{*type}) {
     each == Value("null") ? void(may_be_null = true) : types.push_back(each);
   }
   return types;
@@ -137,7 +153,7 @@ void read_type(const Value& type, const Property& property, ParamSpec& param, co
   const std::string word = type.is_text() ? text_form(type) : "";
   if (word == "object") {
     pass_on(object_type(), property, param);
-    place.warning("an object's members are passed on unchecked");
+    place.warning("an object's members are passed on unchecked, so the handler must check them");
   } else if (std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), word) != TYPE_NAMES.end()) {
     param.type = word;
   } else {
@@ -173,7 +189,9 @@ void read_kind(Property& property, ParamSpec& param, const Place& place) {
   if (!types.empty()) {
     read_type(types[0], property, param, place);
   } else if (entries.empty()) {
-    return pass_on_unchecked("it has no 'type'", property, param, place);
+    const bool is_null = property.find("type") != nullptr;
+    return pass_on_unchecked(is_null ? "it has no 'type' but null" : "it has no 'type'", property,
+                             param, place);
   }
   if (param.custom != nullptr || param.type.empty()) return;
   if (param.type == "array") {
@@ -237,10 +255,14 @@ void read_actions(const Property& property, Draft& tool, const Place& place) {
 }
 
 void read_default_action(const Property& property, Draft& tool, const Place& place) {
-  const Value* action = property.find("default");
-  if (action == nullptr) return;
-  if (!action->is_text()) return place.must_be("default", "the name of an action", *action);
-  tool.definition.default_action = action->get_text();
+  const Value* given = property.find("default");
+  if (given == nullptr || !tool.are_actions_known) return;
+  for (const ActionSpec& action : tool.definition.actions) {
+    if (*given == Value(action.name)) tool.definition.default_action = action.name;
+  }
+  if (tool.definition.default_action) return;
+  place.warning("the default " + shown(*given) +
+                " must be one of the tool's actions: a request that names none is refused");
 }
 
 void read_action_synonyms(const Property& property, Draft& tool, const Place& place) {
@@ -271,9 +293,12 @@ void read_action(const Value& schema, bool is_required, Draft& tool, const Place
   }
   read_actions(property, tool, place);
   read_default_action(property, tool, place);
+  tool.definition.action_description =
+      read_text(property.find("description"), "description", place);
   read_action_synonyms(property, tool, place);
   warn_of_unread(property, action_keywords, place);
-  if (!is_required && !tool.definition.default_action && tool.are_actions_known) {
+  const bool has_default = property.find("default") != nullptr;
+  if (!is_required && !has_default && tool.are_actions_known) {
     place.warning(
         "has no default and is not required: a request that names no action is refused "
         "all the same, so require it");
@@ -300,7 +325,10 @@ NameSet read_required(const Mapping& schema, const Mapping& properties, const Pl
   for (std::string& name : read_names(find_given(schema, "required"), "required", place)) {
     const auto [added, is_first] = required.insert(std::move(name));
     if (is_first && !properties.contains(*added)) {
-      place.at(*added).error("is required but not among the properties");
+      place.at(*added).warning(
+          "is required but no property, so requests that give it are refused: declare it, or do "
+          "not "
+          "require it");
     }
   }
   return required;
@@ -318,6 +346,15 @@ void read_routing(const Mapping& schema, Draft& tool, const Place& place) {
         .warning(
             "is read as an ordinary parameter, and no argument of the tool says which repository a "
             "request runs against: 'x-routing' false confirms it");
+  }
+}
+
+// What properties may refer to.
+void read_definitions(const Mapping& schema, Draft& tool) {
+  for (const std::string_view keyword : definition_keywords) {
+    if (const Value* given = find_given(schema, keyword)) {
+      tool.definition.definitions.set(keyword, *given);
+    }
   }
 }
 
@@ -347,6 +384,7 @@ void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
     read_property(entry, name && required.contains(*name), tool, place);
   }
   read_routing(schema, tool, place);
+  read_definitions(schema, tool);
 }
 
 // Empty when it has none.
@@ -358,7 +396,7 @@ std::string name_of(const Value& tool) {
 
 void check_name(const std::string& name, std::set<std::string>& names, const Place& place) {
   if (name.empty()) return place.error("needs a 'name': text that is not blank");
-  if (!names.insert(name).second) place.error("another tool has this name too");
+  if (!names.insert(name).second) place.error("another tool has this name too: choose another");
 }
 
 void read_tool(const Value& tool, const std::string& name, std::set<std::string>& names,
