@@ -35,11 +35,10 @@ void Frame::refuse(const Slot& slot, const Value& value) {
   if (const List* items = value.if_list(); items != nullptr && slot.type->is_vector) {
     return refuse_items(*slot.type, start, *items, refusal_);
   }
-  constexpr std::string_view list = "a list (or comma-separated text)";
-  add_line(refusal_,
-           {start, " must be ",
-            slot.type->is_vector ? std::string(list) : words_of(*slot.type, value, slot.param),
-            ", not ", display_form(value)});
+  add_line(refusal_, {start, " must be ",
+                      slot.type->is_vector ? std::string(list_words)
+                                           : words_of(*slot.type, value, slot.param),
+                      ", not ", display_form(value)});
 }
 
 }  // namespace tool_binding::detail
