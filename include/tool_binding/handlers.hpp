@@ -494,6 +494,7 @@ template <class F, std::size_t Count>
                            detail::named_callable<Count>(std::move(function), names, ignored));
 }
 
+// For a callable without named parameters.
 template <class F>
 requires(!std::same_as<F, Handler>) [[nodiscard]] Tool
     tool(ToolSpec spec, F function, const Ignored& ignored = {}) {
