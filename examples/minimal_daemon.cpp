@@ -30,6 +30,7 @@ std::string search(const Search& request, const Repository& repository) {
 }
 
 // Names beside a function, for a specification that is there already.
+// [names]
 enum class Action { list, create };
 
 std::string branches(Action action, const std::optional<std::string>& name,
@@ -45,6 +46,7 @@ const ToolSpec branches_spec({.name = "branches",
                               .params = {{.name = "name", .required_for = {"create"}},
                                          {.name = "base", .action_defaults = {{"create", "HEAD"}}}},
                               .default_action = "list"});
+// [names]
 
 void serve(const ToolService& service, std::string_view tool, const Mapping& request) {
   const ToolAnswer answer = service.call(tool, request);
@@ -56,6 +58,7 @@ void serve(const ToolService& service, std::string_view tool, const Mapping& req
 }  // namespace
 
 int main() {
+  // [service]
   Context context;
   context.provide("repository", std::make_shared<const Repository>(Repository{"/srv/code"}));
   const ToolService service(
@@ -66,6 +69,7 @@ int main() {
             search),
        tool(branches_spec, branches, {"action", "name", "base"})},
       context);
+  // [service]
   serve(service, "search", {{"q", "main"}, {"limit", "500"}, {"paths", "src, tests"}});
   serve(service, "branches", {{"action", "NEW"}, {"name", "fix"}});
   serve(service, "branches", {{"action", "create"}, {"name", "main"}});

@@ -34,7 +34,9 @@ void plug_in(Dispatcher& dispatcher, const ToolService& service) {
     const auto call = [service, name](const json& arguments) {
       Value given = value_from_json(arguments);
       if (given.is_none()) given = Mapping();
-      if (!given.is_mapping()) return json{{"isError", true}};
+      if (!given.is_mapping()) {
+        return result_of({Outcome::refused, {TextContent{"arguments must be an object"}}});
+      }
       return result_of(service.call(name, std::move(given).as_mapping()));
     };
     dispatcher.tools[name] = {json_from_value<json>(tool), call};

@@ -22,8 +22,8 @@ template <>
 struct ParameterReader<Even> {
   static constexpr std::string_view words = "an even number";
   static std::optional<Even> read(const Value& value) {
-    const auto number = value.if_int64();
-    return number && *number % 2 == 0 ? std::optional(Even{*number}) : std::nullopt;
+    const std::int64_t number = value.as_int64();  // what it throws refuses the value
+    return number % 2 == 0 ? std::optional(Even{number}) : std::nullopt;
   }
   static Mapping schema() { return {{"type", "integer"}, {"multipleOf", 2}}; }
 };

@@ -370,15 +370,22 @@ std::string_view _words(const ParamIndex& param) {
   return param.spec.custom != nullptr ? param.spec.custom->words : TYPE_WORDS_.at(param);
 }
 
+// What the accessors of a Value and the standard's readers of numbers throw.
+bool _refuses(const std::exception& thrown) noexcept {
+  return dynamic_cast<const std::invalid_argument*>(&thrown) != nullptr ||
+         dynamic_cast<const std::out_of_range*>(&thrown) != nullptr ||
+         dynamic_cast<const std::overflow_error*>(&thrown) != nullptr ||
+         dynamic_cast<const TypeError*>(&thrown) != nullptr;
+}
+
 Coercion_ _custom(const CustomType& type, const Value& value) {
   try {
     std::optional<Value> taken = type.read(value);
     if (taken && !taken->is_none()) return {*std::move(taken)};
     return failed(Failure::value_error);
-  } catch (const std::invalid_argument&) {
+  } catch (const std::exception& thrown) {
+    if (!_refuses(thrown)) throw;
     return failed(Failure::value_error);
-  } catch (const TypeError&) {
-    return failed(Failure::type_error);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <set>
 #include <span>
@@ -105,6 +106,8 @@ void _missing(const ToolSpec& spec, const std::optional<std::string_view>& actio
 
 // What a parameter's values must be, in the words of a problem line.
 [[nodiscard]] std::string_view _words(const ParamIndex& param);
+// Whether what a custom type's `read` has thrown refuses the value.
+[[nodiscard]] bool _refuses(const std::exception& thrown) noexcept;
 [[nodiscard]] Coercion_ _custom(const CustomType& type, const Value& value);
 [[nodiscard]] Coercion_ _integer(Argument_ argument);
 [[nodiscard]] Coercion_ _number(Argument_ argument);

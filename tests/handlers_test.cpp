@@ -41,7 +41,7 @@ template <>
 struct ParameterReader<Date> {
   static constexpr std::string_view words = "a date, such as 2024-05-31";
   static std::optional<Date> read(const Value& value) {
-    if (!value.is_text() || value.get_text().size() != 10) return std::nullopt;
+    if (value.as_text().size() != 10) return std::nullopt;
     return Date{std::stoi(std::string(value.get_text().substr(0, 4)))};
   }
   static Mapping schema() { return {{"type", "string"}, {"format", "date"}}; }
@@ -198,6 +198,7 @@ TEST(Types, AgreeWithWhatIsDeclaredOrAreAMistake) {
       {custom(any_type()), "Value Date "},
       {custom(one_of({1, 300})), "int32 uint32 int64 uint64 int64 double float Value Date "},
       {custom(custom_type<Date>()), text + "Value Date "},
+      {custom(custom_type<std::vector<Date>>()), "Value List " + texts + "[Mode] [Value] [Date] "},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.param.type << ' ' << c.param.items_type << ' '
@@ -307,10 +308,9 @@ TEST(Mistakes, AreAllInOneErrorThatSaysWhatToWrite) {
          return bind_handler(
              spec, {}, [](std::string&) {}, {"path"}, all);
        },
-       "read, 'path': is a parameter of read, and the handler takes " +
-           std::string(detail::type_name<std::string>()) +
-           "&, which only the context can give; take the parameter by value or const reference\n"
-           "read, 'path': is ignored, and the handler takes it; do one of both"},
+       "read, 'path': is a parameter of read, and the handler takes std::string&, which only the "
+       "context can give; take the parameter by value or const reference\n"
+       "read, 'path': is ignored, and the handler takes it; do one of both"},
   };
   for (const auto& [bind, problems] : cases) EXPECT_EQ(problems_of(bind), problems);
 }
@@ -419,7 +419,7 @@ TEST(Structs, DeclareWhatTheirTypesSay) {
                 {.name = "sizes", .type = "array", .items_type = "integer", .required = true},
                 {.name = "since", .custom = custom_type<Date>()},
                 {.name = "options", .required = true, .custom = object_type()},
-                {.name = "dates", .type = "array", .items_type = "string", .default_ = List{}}},
+                {.name = "dates", .default_ = List{}, .custom = custom_type<std::vector<Date>>()}},
            .default_action = "list"}));
   EXPECT_EQ(bind_handler(made, {}).signature.size(), 7U);
 }
@@ -451,6 +451,7 @@ TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
   const auto bytes = takes(std::type_identity<std::vector<std::uint8_t>>(), list);
   const auto flags = takes(std::type_identity<std::vector<bool>>(), list);
   const auto numbers = takes(std::type_identity<std::vector<double>>(), list);
+  const auto objects = takes(std::type_identity<std::vector<Mapping>>(), list);
   const auto texts = takes(std::type_identity<std::vector<std::string_view>>(), list);
   const Case cases[] = {
       {"integer", "", i8, -128, -128},
@@ -482,6 +483,9 @@ TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
       {"array", "number", numbers, List{1, "2.5"}, List{1.0, 2.5}},
       {"array", "string", texts, List{1, "a text beyond fifteen bytes"},
        List{"1", "a text beyond fifteen bytes"}},
+      {"array", "object", objects, List{"{'a': 1}", Mapping{{"b", 2}}},
+       List{Mapping{{"a", 1}}, Mapping{{"b", 2}}}},
+      {"array", "object", objects, List{5}, "Parameter 'p' of t, item 1, must be an object, not 5"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(display_form(c.sent));
@@ -581,11 +585,24 @@ TEST(Calls, TakeATypeWithAReaderInBothSpellings) {
   EXPECT_EQ(admit_and_call(from_struct.spec(), by_name, {{"since", "1999-01-01"}}), Value(1999));
   EXPECT_EQ(admit_and_call(from_struct.spec(), by_struct, {{"others", "2000-01-01,2001-01-01"}}),
             Value(6025));
-  EXPECT_THROW(admit_and_call(from_struct.spec(), by_struct, {{"others", "soon"}}), ArgumentError);
-  EXPECT_FALSE(try_normalize_arguments(from_struct.spec(), {{"since", "soon"}}));
-  const Value schema = input_schema(from_struct.spec());
-  const Value& properties = schema.as_mapping().at("properties");
-  EXPECT_EQ(properties.as_mapping().at("since").as_mapping().at("format"), "date");
+  try {
+    admit_and_call(from_struct.spec(), by_struct,
+                   {{"others", List{"2000-01-01", "soon-enough", 5}}});
+    ADD_FAILURE();
+  } catch (const ArgumentError& error) {
+    EXPECT_EQ(error.message(),
+              "Parameter 'others' of log, item 2, must be a date, such as 2024-05-31, not "
+              "'soon-enough'; "
+              "Parameter 'others' of log, item 3, must be a date, such as 2024-05-31, not 5");
+  }
+  for (const Value& since : {Value("soon"), Value("not a date"), Value(5)}) {
+    EXPECT_FALSE(try_normalize_arguments(from_struct.spec(), {{"since", since}}));
+  }
+  EXPECT_FALSE(try_normalize_arguments(from_struct.spec(), {{"others", 5}}));
+  EXPECT_EQ(display_form(input_schema(from_struct.spec()).as_mapping().at("properties")),
+            "{'since': {'type': 'string', 'format': 'date', 'default': '2024-05-31'}, "
+            "'others': {'type': 'array', 'items': {'type': 'string', 'format': 'date'}, "
+            "'default': []}}");
 }
 
 TEST(Calls, GiveEveryKindOfResult) {

@@ -174,7 +174,9 @@ TEST(ToolService, RefusesWhatAdmissionThrows) {
   EXPECT_NE(overflow.text().find("'weight' of search"), std::string_view::npos);
   Mapping nameless;
   nameless.set(1, 2);
-  EXPECT_EQ(service.call("search", nameless).outcome, Outcome::refused);
+  const ToolAnswer unnamed = service.call("search", nameless);
+  EXPECT_EQ(unnamed.outcome, Outcome::refused);
+  EXPECT_EQ(unnamed.text(), "The arguments of search must be named by texts");
 }
 
 TEST(ToolService, HandsTheCallToItsHandler) {

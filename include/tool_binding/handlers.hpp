@@ -94,9 +94,8 @@ class TOOL_BINDING_EXPORT Context {
   // std::invalid_argument for a null pointer (leave out what is absent) and for a repeated name.
   template <class T>
   Context& provide(std::string name, std::shared_ptr<T> object) & {
-    add({std::move(name), typeid(std::remove_const_t<T>),
-         detail::type_name<std::remove_const_t<T>>(), std::is_const_v<T>,
-         std::const_pointer_cast<std::remove_const_t<T>>(std::move(object))});
+    add({std::move(name), typeid(std::remove_const_t<T>), detail::name_of<std::remove_const_t<T>>(),
+         std::is_const_v<T>, std::const_pointer_cast<std::remove_const_t<T>>(std::move(object))});
     return *this;
   }
   template <class T>
@@ -140,10 +139,14 @@ template <std::convertible_to<std::string>... Names>
 
 namespace detail {
 
+// Conditions are variables where a compiler would otherwise explain a concept at length.
+
 template <class Argument>
 constexpr void check_parameter() {
+  using One = typename Unwrapped<std::remove_cvref_t<Argument>>::Type;
+  check_reader<One>();
   static_assert(
-      Taking<Argument>::is_supported,
+      is_reader_incomplete<One> || Taking<Argument>::is_supported,
       "tool_binding: a handler cannot take a parameter of this type. From a request it takes bool, "
       "an integer, double, float, std::string, std::string_view, std::filesystem::path, an enum "
       "class, std::vector and std::optional of these, Value, List, Mapping or a type with a "
@@ -152,13 +155,17 @@ constexpr void check_parameter() {
 }
 
 template <class F>
-concept HandlerFunction = HasSignature<F> && signature_of<F>::is_const &&
+inline constexpr bool has_signature = HasSignature<F>;
+template <class F>
+inline constexpr bool has_result =
     ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>;
+template <class F>
+concept HandlerFunction = HasSignature<F> && signature_of<F>::is_const && has_result<F>;
 
 // Errors that the compiler finds in any handler.
 template <class F>
 constexpr void check_signature() {
-  static_assert(HasSignature<F>,
+  static_assert(has_signature<F>,
                 "tool_binding: a handler needs exactly one signature. Write out the types of a "
                 "generic lambda's parameters (no auto), and wrap a member function or an "
                 "overloaded one in a lambda");
@@ -166,7 +173,7 @@ constexpr void check_signature() {
     static_assert(signature_of<F>::is_const,
                   "tool_binding: a handler is called from several threads and cannot be a mutable "
                   "lambda: keep what changes in a context entry that locks");
-    static_assert(ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>,
+    static_assert(has_result<F>,
                   "tool_binding: a handler returns text, a number or bool, Value, Mapping, List, "
                   "Answer or nothing");
   }
@@ -272,21 +279,29 @@ struct MemberParam {
   ParamOptions options;
 };
 
-// The parameter has the member's name: param<&Search::query>({.synonyms = {"q"}}).
-template <auto Member>
-[[nodiscard]] auto param(ParamOptions options = {}) {
-  static_assert(std::is_member_object_pointer_v<decltype(Member)>,
-                "tool_binding: param<&Struct::member> takes a pointer to a data member");
-  return [&]<class Class, class T>(T Class::*member) {
-    return MemberParam<Class, T>{std::string(detail::member_name<Member>()), member,
-                                 std::move(options)};
-  }(Member);
-}
+namespace detail {
+// In place of what the compiler has refused to make a parameter of.
+struct NoMember {};
+}  // namespace detail
+
 // The parameter has another name, or the compiler is neither g++ nor clang.
 template <class Class, class T>
 [[nodiscard]] MemberParam<Class, T> param(std::string name, T Class::*member,
                                           ParamOptions options = {}) {
   return {std::move(name), member, std::move(options)};
+}
+// The parameter has the member's name: param<&Search::query>({.synonyms = {"q"}}).
+template <auto Member>
+[[nodiscard]] auto param(ParamOptions options = {}) {
+  constexpr bool is_member = std::is_member_object_pointer_v<decltype(Member)>;
+  static_assert(is_member,
+                "tool_binding: param<&Struct::member> takes a pointer to a data member that is not "
+                "static");
+  if constexpr (is_member) {
+    return param(std::string(detail::member_name<Member>()), Member, std::move(options));
+  } else {
+    return detail::NoMember();
+  }
 }
 
 // A MemberParam of Struct or of a base of it, whatever the member's type. Made implicitly.
@@ -300,16 +315,20 @@ class Param {
     static_assert(is_member || std::same_as<Struct, detail::NoFunction>,
                   "tool_binding: param<&T::member> is not a member of the struct that the handler "
                   "takes as its first parameter (as const T& or T)");
-    static_assert(detail::ParameterType<T>,
+    using One = typename detail::Unwrapped<std::remove_cv_t<T>>::Type;
+    detail::check_reader<One>();
+    constexpr bool is_supported = detail::ParameterType<T> && !std::is_const_v<T>;
+    static_assert(detail::is_reader_incomplete<One> || is_supported,
                   "tool_binding: a member of this type cannot be a parameter: it can be bool, an "
                   "integer, double, float, std::string, std::string_view, std::filesystem::path, "
                   "an enum class, std::vector and std::optional of these, Value, List, Mapping or "
-                  "a type with a ParameterReader");
-    if constexpr (is_member && detail::ParameterType<T>) {
+                  "a type with a ParameterReader, and not const");
+    if constexpr (is_member && is_supported) {
       type_ = &detail::cpp_type<T>;
       member_ = detail::member_of<Struct, T>(param.member);
     }
   }
+  Param(detail::NoMember) {}
 
   [[nodiscard]] const std::string& name() const noexcept { return name_; }
   [[nodiscard]] const ParamOptions& options() const noexcept { return options_; }
@@ -425,7 +444,7 @@ Callable struct_callable(F&& function, std::vector<Member<Struct>> members, cons
 //
 // With actions, or without routing, the definition comes first:
 //
-//   tool({.name = "branches", .actions = {"list", "create"}, .default_action = "list"},
+//   tool({.name = "branches", .actions = {{"list"}, {"create"}}, .default_action = "list"},
 //        {param<&Branches::action>(), param<&Branches::name>({.required_for = {"create"}})},
 //        [](const Branches& request) { ... })
 //
@@ -445,11 +464,12 @@ template <class F>
     declarations.push_back({param.name(), param.options(), param.type()});
     members.push_back(param.member());
   }
-  if constexpr (detail::HandlerFunction<F>) {
-    static_assert(std::default_initializable<Struct>,
-                  "tool_binding: the struct that a handler takes first must be "
-                  "default-constructible. A context entry that comes first is taken as T&, T* or "
-                  "std::shared_ptr<T>");
+  constexpr bool can_be_made = std::default_initializable<Struct>;
+  static_assert(can_be_made,
+                "tool_binding: the struct that a handler takes first must be "
+                "default-constructible. A context entry that comes first is taken as T&, T* or "
+                "std::shared_ptr<T>");
+  if constexpr (detail::HandlerFunction<F> && can_be_made) {
     using Rest = typename detail::Split<typename detail::signature_of<F>::ParameterTypes>::Rest;
     return detail::make_tool(
         std::move(definition), std::move(declarations), !std::same_as<Struct, detail::NoRequest>,
@@ -472,6 +492,14 @@ template <class F, std::size_t Count>
                         const Ignored& ignored = {}) {
   return detail::make_tool(std::move(spec),
                            detail::named_callable<Count>(std::move(function), names, ignored));
+}
+
+// For a callable without named parameters.
+template <class F>
+requires(!std::same_as<F, Handler>) [[nodiscard]] Tool
+    tool(ToolSpec spec, F function, const Ignored& ignored = {}) {
+  return detail::make_tool(std::move(spec),
+                           detail::named_callable<0>(std::move(function), {}, ignored));
 }
 
 // A handler that is written by hand: it is called with what bind_arguments gives.

@@ -53,9 +53,10 @@ struct CustomType {
   // What a value must be, as in "must be WORDS, not 'soon'".
   std::string words;
   // What is taken for the value that was sent, which is never none and, unless the parameter's
-  // blank is a value, never blank text. Nothing, none, std::invalid_argument and TypeError refuse
-  // it; any other exception ends the admission of the request. Any number of threads may call it
-  // at the same time.
+  // blank is a value, never blank text. Nothing and none refuse it, as do the exceptions of a
+  // Value's accessors and of std::stoi: TypeError, std::invalid_argument, std::out_of_range and
+  // std::overflow_error. Any other exception ends the admission of the request. Any number of
+  // threads may call it at the same time.
   std::function<std::optional<Value>(const Value& sent)> read;
   // The property's schema as it is published, without what the parameter says beside it
   // (description, bounds, default, synonyms and the other `x-` keywords).

@@ -37,10 +37,13 @@ struct BoundTool {
 
 // Words.
 
+inline constexpr std::string_view list_words = "a list (or comma-separated text)";
 // The type word that a C++ type is declared as, or its items where it is a vector; "object" for a
 // mapping, and what the schema says for a type with a reader. Empty: any.
 [[nodiscard]] std::string_view word_of(const CppType& type);
 [[nodiscard]] std::string_view item_word_of(const CppType& type);
+// The type word of a schema; empty where it has none.
+[[nodiscard]] std::string_view schema_word(const Mapping& schema);
 // "std::optional<std::vector<std::int32_t>>"
 [[nodiscard]] std::string name_of(const CppType& type);
 // What a value, or an item, must be: "a whole number from 0 to 255". The range is said of a number

@@ -53,6 +53,8 @@ const Enumerator* find_enumerator(const std::vector<Enumerator>& all, const Valu
   return nullptr;
 }
 
+bool refuses_value(const std::exception& thrown) noexcept { return _refuses(thrown); }
+
 std::shared_ptr<const CustomType> make_custom_type(std::string_view words,
                                                    bool (*reads)(const Value&), Mapping schema) {
   auto read = [reads](const Value& value) {
@@ -60,6 +62,17 @@ std::shared_ptr<const CustomType> make_custom_type(std::string_view words,
   };
   return std::make_shared<const CustomType>(
       CustomType{std::string(words), std::move(read), std::move(schema)});
+}
+
+std::shared_ptr<const CustomType> make_custom_list(const CustomType& item) {
+  auto read = [](const Value& value) {
+    auto [list, failure] = _array(value);
+    return failure == Coercion_::Failure::none ? std::optional(std::move(list)) : std::nullopt;
+  };
+  Mapping schema{{"type", "array"}};
+  if (!item.schema.empty()) schema.set("items", item.schema);
+  return std::make_shared<const CustomType>(
+      CustomType{std::string(list_words), read, std::move(schema)});
 }
 
 std::optional<std::uint64_t> read_uint64(const Value& value) noexcept {
@@ -81,12 +94,21 @@ std::optional<double> read_double(const Value& value) {
   }
 }
 
-bool coerce_item(CppKind kind, Value& item) {
+namespace {
+
+Coercion_ coerced_item(CppKind kind, const Value& item) {
   constexpr std::array<Coercion_ (*)(Argument_), 4> coercers = {_boolean, _integer, _number,
                                                                 _string};
   const auto row = static_cast<std::size_t>(kind);
-  if (row >= coercers.size()) return false;
-  auto [value, failure] = coercers[row](std::as_const(item));
+  if (row < coercers.size()) return coercers[row](item);
+  if (kind == CppKind::mapping) return _custom(*object_type(), item);
+  return {{}, Coercion_::Failure::type_error};
+}
+
+}  // namespace
+
+bool coerce_item(CppKind kind, Value& item) {
+  auto [value, failure] = coerced_item(kind, item);
   if (failure != Coercion_::Failure::none) return false;
   item = std::move(value);
   return true;
@@ -96,9 +118,26 @@ bool coerce_item(CppKind kind, Value& item) {
 
 namespace {
 
-// Of the registry, by CppKind.
-constexpr std::array<std::string_view, 9> kind_words = {"boolean", "integer", "number", "string",
-                                                        "string",  "",        "array",  "object"};
+struct Words {
+  std::string_view word;   // of the registry
+  std::string_view words;  // of a refusal
+};
+
+constexpr std::array<Words, 9> kind_words = {{
+    {"boolean", "true or false"},
+    {"integer", "a whole number"},
+    {"number", "a number"},
+    {"string", "text"},
+    {"string", ""},
+    {"", "a value"},
+    {"array", list_words},
+    {"object", "an object"},
+    {"", ""},
+}};
+
+const Words& words_for(const CppType& type) {
+  return kind_words[static_cast<std::size_t>(type.kind)];
+}
 
 template <class Number>
 std::string shown(Number number) {
@@ -117,10 +156,13 @@ std::string integer_words(const CppType& type, const ParamSpec* param) {
 
 }  // namespace
 
-std::string_view item_word_of(const CppType& type) {
-  if (type.kind != CppKind::custom) return kind_words[static_cast<std::size_t>(type.kind)];
-  const Value* word = type.custom()->schema.find("type");
+std::string_view schema_word(const Mapping& schema) {
+  const Value* word = schema.find("type");
   return word != nullptr ? word->if_text().value_or("") : "";
+}
+
+std::string_view item_word_of(const CppType& type) {
+  return type.kind == CppKind::custom ? schema_word(type.custom()->schema) : words_for(type).word;
 }
 
 std::string_view word_of(const CppType& type) {

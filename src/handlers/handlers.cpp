@@ -173,10 +173,13 @@ ParamSpec declared(MemberDeclaration member) {
       param.enum_.emplace_back(enumerator.name);
     }
   }
-  if (is_one && type.kind == CppKind::custom) param.custom = type.custom();
+  if (type.kind == CppKind::custom) param.custom = type.param_custom();
   if (is_one && type.kind == CppKind::value) param.custom = any_type();
   if (is_one && type.kind == CppKind::mapping) param.custom = object_type();
-  if (param.custom != nullptr) param.type = "string";
+  if (param.custom != nullptr) {
+    param.type = "string";
+    param.items_type.clear();
+  }
   return param;
 }
 

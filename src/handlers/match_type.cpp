@@ -28,15 +28,18 @@ std::string_view types_for(std::string_view word) {
   return row != rows.end() ? row->second : "Value";
 }
 
-std::string_view schema_word(const CustomType& custom) {
-  const Value* word = custom.schema.find("type");
-  return word != nullptr ? word->if_text().value_or("") : "";
+std::string_view items_word(const Mapping& schema) {
+  const Value* items = schema.find("items");
+  const Mapping* mapping = items != nullptr ? items->if_mapping() : nullptr;
+  return mapping != nullptr ? schema_word(*mapping) : "";
 }
 
 // How a C++ type is declared.
 std::string declaration_of(const CppType& type) {
-  if (type.kind == CppKind::custom && !type.is_vector) {
-    return line_of({".custom = custom_type<", type.name, ">()"});
+  if (type.kind == CppKind::custom) {
+    CppType param = type;
+    param.is_optional = false;
+    return line_of({".custom = custom_type<", name_of(param), ">()"});
   }
   if (type.kind == CppKind::mapping && !type.is_vector) return ".custom = object_type()";
   return line_of({".type = \"", word_of(type), "\""});
@@ -84,12 +87,14 @@ class TypeMatch {
   }
 
   bool match_custom(const CustomType& custom) {
-    const bool is_own = type_.kind == CppKind::custom && !type_.is_vector;
-    if (is_own && type_.custom().get() == &custom) return true;
-    const std::string_view declared = schema_word(custom);
+    const bool has_reader = type_.kind == CppKind::custom;
+    if (has_reader && type_.param_custom().get() == &custom) return true;
+    const bool is_own = has_reader && !type_.is_vector;
+    const std::string_view declared = schema_word(custom.schema);
     const std::string_view word = word_of(type_);
     const bool is_enumeration = type_.kind == CppKind::enumeration && !type_.is_vector;
-    if (is_enumeration || declared.empty() ? is_own || takes_all(custom) : declared == word) {
+    if (is_enumeration || declared.empty() ? is_own || takes_all(custom)
+                                           : declared == word && takes_items(custom)) {
       return true;
     }
     if (is_own && word.empty()) return true;
@@ -101,6 +106,12 @@ class TypeMatch {
     const Value* entries = custom.schema.find("enum");
     const List* all = entries != nullptr ? entries->if_list() : nullptr;
     return all != nullptr && std::all_of(all->begin(), all->end(), type_.accepts);
+  }
+
+  bool takes_items(const CustomType& custom) const {
+    const std::string_view declared = items_word(custom.schema);
+    const std::string_view word = item_word_of(type_);
+    return !type_.is_vector || declared.empty() || word.empty() || declared == word;
   }
 
   void match_items() {

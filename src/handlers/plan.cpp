@@ -208,9 +208,11 @@ class Planning {
   }
   const Context::Entry* many_entries(const NamedParameter& parameter,
                                      const std::vector<std::string>& names) {
-    add(parameter.name, {"the handler takes ", taken_context_name(parameter.taken),
-                         ", and several entries of the context are of that type; name one of ",
-                         joined(names, ", "), ", or give them types of their own"});
+    add(parameter.name,
+        {"the handler takes ", taken_context_name(parameter.taken),
+         ", and several entries of the context are of that type; ",
+         parameter.name.empty() ? "give types of their own to " : "name one of ",
+         joined(names, ", "), parameter.name.empty() ? "" : ", or give them types of their own"});
     return nullptr;
   }
   const Context::Entry* no_entry(const NamedParameter& parameter) {

@@ -183,8 +183,8 @@ class Calling {
       return bind_arguments(spec(), std::move(request).arguments());
     } catch (const std::overflow_error& error) {
       refuse(error.what());
-    } catch (const TypeError& error) {
-      refuse(error.what());
+    } catch (const TypeError&) {  // bounds were looked at when the service was made
+      refuse(line_of({"The arguments of ", spec().name(), " must be named by texts"}));
     }
     return std::nullopt;
   }

@@ -8,12 +8,22 @@ using namespace tool_binding;
 struct Search {
   std::string query;
   std::map<std::string, int> weights;
+  const int fixed = 0;
+  static int shared;
 };
 struct Other {
   std::string query;
 };
 struct Repository {
   explicit Repository(int) {}
+};
+
+struct Date {
+  int year;
+};
+template <>
+struct tool_binding::ParameterReader<Date> {
+  static std::optional<Date> read(const Value&) { return {}; }
 };
 
 const ToolSpec spec({.name = "read"});
@@ -70,6 +80,22 @@ const Tool made = tool("search", "", {param<&Other::query>()}, [](const Search&)
 
 #ifdef UNSUPPORTED_MEMBER  // a member of this type cannot be a parameter: it can be bool
 const Tool made = tool("search", "", {param<&Search::weights>()}, [](const Search&) {});
+#endif
+
+#ifdef CONST_MEMBER  // a member of this type cannot be a parameter: .*not const
+const Tool made = tool("search", "", {param<&Search::fixed>()}, [](const Search&) {});
+#endif
+
+#ifdef STATIC_MEMBER  // takes a pointer to a data member that is not static
+const Tool made = tool("search", "", {param<&Search::shared>()}, [](const Search&) {});
+#endif
+
+#ifdef INCOMPLETE_READER  // a ParameterReader<T> needs three static members: .constexpr
+const Handler handler = bind_handler(spec, context, [](Date) {}, {"since"});
+#endif
+
+#ifdef NO_NAMES_FOR_A_TOOL  // too few names
+const Tool made = tool(spec, [](int) {});
 #endif
 
 #ifdef PARAMETER_BESIDE_THE_STRUCT  // takes a request's parameters as members of the struct

@@ -8,6 +8,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -29,7 +30,7 @@ namespace tool_binding {
 //
 //   template <>
 //   struct tool_binding::ParameterReader<Date> {
-//     // What a refusal says: "Parameter 'since' of log must be a date, such as ..., not 'x'".
+//     // "Parameter 'since' of log must be a date, such as 2024-05-31, not 'soon'"
 //     static constexpr std::string_view words = "a date, such as 2024-05-31";
 //     // The date that a value denotes, or nothing: the value is then refused.
 //     static std::optional<Date> read(const Value& value);
@@ -38,8 +39,8 @@ namespace tool_binding {
 //   };
 //
 // `read` is called when the request is admitted, and again when the handler is called: it should
-// depend only on the value. Any number of threads may call it. What it throws is not a refusal: it
-// is a fault of the program.
+// depend on the value alone. Any number of threads may call it. What CustomType::read may throw to
+// refuse a value it may throw too, so that it can use as_text(), at() and std::stoi as they are.
 template <class T>
 struct ParameterReader;
 
@@ -84,7 +85,9 @@ struct CppType {
   std::uint64_t highest = 0;
   double largest = 0;  // numbers: the largest finite one
   const std::vector<Enumerator>& (*enumerators)() = nullptr;
+  // Of a type with a reader, and of the parameter, which may be a list of it.
   const std::shared_ptr<const CustomType>& (*custom)() = nullptr;
+  const std::shared_ptr<const CustomType>& (*param_custom)() = nullptr;
   // Whether a value, or an item, can become one. None is left out of account.
   bool (*accepts)(const Value&) = nullptr;
   bool (*accepts_item)(const Value&) = nullptr;
@@ -92,8 +95,16 @@ struct CppType {
 
 template <class T>
 concept HasReader = requires {
-  ParameterReader<T>::words;
+  sizeof(ParameterReader<T>);
 };
+template <class T>
+concept CompleteReader = requires(const Value& value) {
+  { ParameterReader<T>::words } -> std::convertible_to<std::string_view>;
+  { ParameterReader<T>::read(value) } -> std::same_as<std::optional<T>>;
+  { ParameterReader<T>::schema() } -> std::convertible_to<Mapping>;
+};
+template <class T>
+inline constexpr bool is_reader_incomplete = HasReader<T> && !CompleteReader<T>;
 
 template <class T>
 concept CharacterType = std::same_as<T, char> || std::same_as<T, wchar_t> ||
@@ -135,11 +146,14 @@ template <class T>
 struct Unwrapped<std::optional<T>> : Unwrapped<T> {
   static constexpr bool is_optional = true;
 };
+// Supported by nothing.
+template <class T>
+struct Unwrapped<std::optional<std::optional<T>>> : Unwrapped<void> {};
 
 // Of a type that is neither optional nor a vector.
 template <class T>
 constexpr CppKind kind_of() noexcept {
-  if (HasReader<T>) return CppKind::custom;
+  if (HasReader<T>) return CompleteReader<T> ? CppKind::custom : CppKind::unsupported;
   if (std::same_as<T, bool>) return CppKind::boolean;
   if (IntegerType<T>) return CppKind::integer;
   if (std::same_as<T, double> || std::same_as<T, float>) return CppKind::number;
@@ -239,22 +253,52 @@ std::optional<E> read_enumerator(const Value& value) {
 
 // A type's own reader.
 
+template <class T>
+constexpr void check_reader() {
+  static_assert(!is_reader_incomplete<T>,
+                "tool_binding: a ParameterReader<T> needs three static members: `constexpr "
+                "std::string_view words`, `std::optional<T> read(const Value&)` and `Mapping "
+                "schema()`");
+}
+
+// Whether what a reader has thrown refuses the value.
+[[nodiscard]] TOOL_BINDING_EXPORT bool refuses_value(const std::exception& thrown) noexcept;
+
+template <class T>
+std::optional<T> read_custom(const Value& value) {
+  try {
+    return ParameterReader<T>::read(value);
+  } catch (const std::exception& thrown) {
+    if (!refuses_value(thrown)) throw;
+    return std::nullopt;
+  }
+}
+
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> make_custom_type(
     std::string_view words, bool (*reads)(const Value&), Mapping schema);
+[[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> make_custom_list(
+    const CustomType& item);
+
+template <class T>
+struct CustomTypeOf {
+  static std::shared_ptr<const CustomType> make() {
+    return make_custom_type(
+        ParameterReader<T>::words,
+        [](const Value& value) { return read_custom<T>(value).has_value(); },
+        ParameterReader<T>::schema());
+  }
+};
 
 template <class T>
 const std::shared_ptr<const CustomType>& custom_type_of() {
-  static_assert(std::same_as<decltype(ParameterReader<T>::read(std::declval<const Value&>())),
-                             std::optional<T>>,
-                "ParameterReader<T>::read must be `static std::optional<T> read(const Value&)`");
-  static_assert(std::convertible_to<decltype(ParameterReader<T>::schema()), Mapping>,
-                "ParameterReader<T>::schema must be `static Mapping schema()`");
-  static const auto& type = *new std::shared_ptr<const CustomType>(make_custom_type(
-      ParameterReader<T>::words,
-      [](const Value& value) { return ParameterReader<T>::read(value).has_value(); },
-      ParameterReader<T>::schema()));
+  static const auto& type = *new std::shared_ptr<const CustomType>(CustomTypeOf<T>::make());
   return type;
 }
+
+template <class T, class Allocator>
+struct CustomTypeOf<std::vector<T, Allocator>> {
+  static std::shared_ptr<const CustomType> make() { return make_custom_list(*custom_type_of<T>()); }
+};
 
 // Reading a bound value into an object of the C++ type: false where that cannot hold it. What is
 // large is moved out of the value. Views are valid as long as the value is.
@@ -306,7 +350,7 @@ template <class T>
 bool read_one(Value& value, T& into) {
   constexpr CppKind kind = kind_of<T>();
   if constexpr (kind == CppKind::custom) {
-    return assign(into, ParameterReader<T>::read(std::as_const(value)));
+    return assign(into, read_custom<T>(value));
   } else if constexpr (kind == CppKind::integer) {
     return read_integer(value, into);
   } else if constexpr (kind == CppKind::number) {
@@ -350,7 +394,7 @@ template <class T>
 requires(!std::default_initializable<T>) struct Held<T> {
   std::optional<T> value;
   bool read(Value& from) {
-    value = ParameterReader<T>::read(std::as_const(from));
+    value = read_custom<T>(from);
     return value.has_value();
   }
   T&& taken() noexcept { return *std::move(value); }
@@ -399,7 +443,11 @@ constexpr CppType described() {
   }
   if constexpr (kind == CppKind::number) type.largest = std::numeric_limits<One>::max();
   if constexpr (kind == CppKind::enumeration) type.enumerators = enumerators<One>;
-  if constexpr (kind == CppKind::custom) type.custom = custom_type_of<One>;
+  if constexpr (kind == CppKind::custom) {
+    type.custom = custom_type_of<One>;
+    type.param_custom =
+        custom_type_of<std::conditional_t<Unwrapped<T>::is_vector, std::vector<One>, One>>;
+  }
   type.accepts = [](const Value& value) {
     Value copy = value;
     return Held<T>().read(copy);
@@ -420,9 +468,11 @@ inline constexpr CppType cpp_type = described<T>();
 // The custom type of a parameter of type T, for a registry that is written by hand:
 //
 //   ParamSpec{.name = "since", .custom = custom_type<Date>()}
+//   ParamSpec{.name = "days", .custom = custom_type<std::vector<Date>>()}
 template <class T>
-requires detail::HasReader<T>
+requires detail::HasReader<typename detail::Unwrapped<T>::Type>
 [[nodiscard]] const std::shared_ptr<const CustomType>& custom_type() {
+  detail::check_reader<typename detail::Unwrapped<T>::Type>();
   return detail::custom_type_of<T>();
 }
 

@@ -99,7 +99,7 @@ template <class T>
 constexpr TakenParameter taken_context(Role role) {
   return {.role = role,
           .context = &typeid(std::remove_const_t<T>),
-          .context_name = type_name<std::remove_const_t<T>>(),
+          .context_name = name_of<std::remove_const_t<T>>(),
           .is_const = std::is_const_v<T>};
 }
 
@@ -124,6 +124,7 @@ concept RequestArgument = ParameterType<std::remove_cvref_t<Argument>> &&
     (!std::is_lvalue_reference_v<Argument> || std::is_const_v<std::remove_reference_t<Argument>>);
 template <class Argument>
 concept ContextArgument = std::is_lvalue_reference_v<Argument> && !CallArgument<Argument> &&
+                          !std::same_as<std::remove_reference_t<Argument>, std::stop_token> &&
                           !StopArgument<Argument> && !RequestArgument<Argument>;
 
 // What a pointer in the context can point to: characters are text.
