@@ -41,7 +41,7 @@
 // default that admission would not let through, bounds the wrong way round or without effect, enum
 // entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
 // that another name takes, a required parameter that may be null or is not declared, items of a
-// number type, a default action that is none, an action that is needed although it is not required.
+// number type, a default action that the tool does not have, an action that is needed although it is not required.
 
 #include <string>
 #include <string_view>
@@ -102,7 +102,7 @@ struct ToolsReading : ToolProblems {
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
 // published reads back as equal tools without an error, except for what no schema can say: what is
-// an error above, the items' type of what is no array, an action that is twice in action_defaults,
+// an error above, the items' type of what is not an array, an action that is twice in action_defaults,
 // and a default action without actions.
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
