@@ -2,6 +2,7 @@
 // the root can be reached.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -72,12 +73,17 @@ TEST_F(RepoServer, ListsReadsAndDescribes) {
   EXPECT_EQ(text("files", {}),
             "-rf\nbinary\ninside\n'line\\nbreak'\nnotes.txt\nsrc/\nup\nway_out\n");
   EXPECT_EQ(text("files", {{"action", "cat"}, {"file", "notes.txt"}, {"start", 2}, {"limit", "2"}}),
-            "two\nthree\n[there is more: send a larger 'start']\n");
+            "two\nthree\n[there is more: send 'start' 4]\n");
   EXPECT_EQ(text("files", {{"action", "read"}, {"path", "inside"}}), "one\ntwo\nthree\nfour\n");
   EXPECT_EQ(text("files", {{"action", "stat"}, {"path", "src"}}).substr(0, 14), "src: directory");
   EXPECT_EQ(text("files", {{"action", "read"}, {"path", "binary"}}),
             "binary is binary: it is not shown.");
   EXPECT_EQ(call("files", {{"action", "read"}}).outcome, Outcome::refused);
+  ASSERT_EQ(mkfifo((root_ / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "pipe"}}),
+            "pipe is neither a file nor a directory.");
+  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "notes.txt"}, {"start", 9}}),
+            "[the file has 4 lines]\n");
   write(root_ / "large", std::string(2 << 20, 'x'));
   EXPECT_NE(text("files", {{"action", "read"}, {"path", "large"}}).find("2097152 bytes"),
             std::string::npos);
@@ -128,7 +134,7 @@ TEST_F(RepoServer, NoLinkMadeMeanwhileLeavesTheRoot) {
 TEST_F(RepoServer, SearchesTextWithinItsLimits) {
   EXPECT_EQ(text("search", {{"q", "answer"}}),
             "-rf:1:answer\n'line\\nbreak':1:answer\nsrc/main.cpp:2:  return answer;\n"
-            "[1 files passed over: binary, too large or not readable]\n");
+            "[passed over 1, binary, larger than 1 MiB or not readable: binary]\n");
   EXPECT_EQ(text("search", {{"query", "RET.RN"},
                             {"mode", "regex"},
                             {"case_sensitive", "no"},
@@ -139,6 +145,10 @@ TEST_F(RepoServer, SearchesTextWithinItsLimits) {
             "notes.txt:1:one\n[stopped short: the limit is reached]\n");
   EXPECT_EQ(call("search", {{"query", "("}, {"mode", "regex"}}).outcome, Outcome::failed);
   EXPECT_EQ(call("search", {{"query", "x"}, {"path", "missing"}}).outcome, Outcome::failed);
+  EXPECT_EQ(call("search", {{"query", "a\nb"}}).outcome, Outcome::failed);
+  write(root_ / "dos", "first\r\nlast\r\n");
+  EXPECT_EQ(text("search", {{"query", "t$"}, {"mode", "regex"}, {"path", "dos"}}),
+            "dos:1:first\ndos:2:last\n");
   write(root_ / "hostile", std::string(500'000, 'a') + "b\n");
   EXPECT_EQ(text("search", {{"query", "(a*)*(a|aa)+c$"}, {"mode", "regex"}, {"path", "hostile"}})
                 .substr(0, 15),
@@ -166,6 +176,13 @@ TEST_F(RepoServer, ShowsTheHistoryAndRunsNothingElse) {
   write(root_ / ".gitattributes", "* diff=trap filter=trap\n");
   git("-c core.fsmonitor=false commit -a -m 'Second commit'");
   git("config filter.trap.clean '" + trap + "'");
+  write(outside_ / "trap", "#!/bin/sh\n" + trap + "\n");
+  fs::permissions(outside_ / "trap", fs::perms::owner_all);
+  git("config gpg.program " + (outside_ / "trap").string());
+  git("config format.pretty '%G?'");
+  git("config blame.ignoreRevsFile " + (outside_ / "secret").string());
+  git("update-ref HEAD $(git cat-file commit HEAD | sed '/^committer/a gpgsig none' | "
+      "git hash-object -t commit -w --stdin)");
   fs::remove(outside_ / "trapped");
   EXPECT_NE(text("history", {}).find("A: Second commit\n"), std::string::npos);
   EXPECT_EQ(text("history", {{"action", "log"}, {"path", "src"}, {"n", 1}}).find("Second"),
@@ -184,6 +201,42 @@ TEST_F(RepoServer, ShowsTheHistoryAndRunsNothingElse) {
   }
   EXPECT_FALSE(fs::exists(outside_ / "trapped"));
   EXPECT_FALSE(fs::exists(root_ / "trapped"));
+}
+
+// A submodule's configuration is its own, and would be used for what differs in it.
+TEST_F(RepoServer, RunsNothingOfASubmodule) {
+  const std::string commit = " && git -c user.name=A -c user.email=a@example.org commit -a -m ";
+  git("init -b main");
+  git("init sub && cd sub && echo 1 >x && git add -A" + commit + "one");
+  git("add -A" + commit + "one");
+  git("-C sub version && cd sub && echo 2 >x" + commit + "two && cd .." + commit + "two");
+  git("config diff.submodule diff");
+  git("-C sub config diff.external 'touch " + (outside_ / "trapped").string() + "'");
+  EXPECT_NE(text("history", {{"action", "show"}}).find("+Subproject commit"), std::string::npos);
+  EXPECT_NE(text("history", {{"action", "diff"}}).find("+Subproject commit"), std::string::npos);
+  EXPECT_FALSE(fs::exists(outside_ / "trapped"));
+}
+
+TEST_F(RepoServer, ShowsNoHistoryThatIsKeptElsewhere) {
+  fs::create_directory(outside_ / "other");
+  git("init ../other && cd ../other && echo >x && git add -A && "
+      "git -c user.name=A -c user.email=a@example.org commit -m 'the secret'");
+  write(root_ / ".git", "gitdir: ../other/.git\n");
+  EXPECT_NE(text("history", {}).find("kept elsewhere"), std::string::npos);
+  fs::remove(root_ / ".git");
+  fs::create_directory_symlink("../other/.git", root_ / ".git");
+  EXPECT_NE(text("history", {}).find("kept elsewhere"), std::string::npos);
+  fs::remove(root_ / ".git");
+  git("init -b main");
+  write(root_ / ".git/commondir", (outside_ / "other/.git").string());
+  // Only this thread, and what it starts.
+  std::thread([&] {
+    if (!confine_to(Root(root_))) return;  // an older kernel
+    EXPECT_EQ(text("history", {}).find("the secret"), std::string::npos);
+    EXPECT_FALSE(std::ifstream(outside_ / "secret").is_open());
+    EXPECT_FALSE(std::ofstream(root_ / "new").is_open());
+    EXPECT_EQ(text("files", {{"action", "read"}, {"path", "inside"}}), "one\ntwo\nthree\nfour\n");
+  }).join();
 }
 
 }  // namespace

@@ -49,7 +49,8 @@ class Child {
                                    pointers_to(arguments).data(), pointers_to(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
-    if (error == ENOENT) throw ToolError("The program git is not installed on this server.");
+    if (error == ENOENT || error == EACCES)
+      throw ToolError("The program git is not installed on this server.");
     check(error);
   }
   Child(const Child&) = delete;
@@ -99,7 +100,13 @@ std::string read_output(const Child& child, std::string& output, const std::stop
   }
 }
 
-// The settings that would make git run a program, or leave the root.
+// Instead of what a repository's configuration has: a format may ask for signatures, which a
+// program checks, and a submodule has a configuration of its own.
+constexpr const char* safe_settings[] = {"core.fsmonitor=false",    "core.hooksPath=/dev/null",
+                                         "log.showSignature=false", "format.pretty=medium",
+                                         "diff.submodule=short",    "color.ui=false"};
+
+// What would make git run a program, or leave the root.
 std::vector<std::string> safe_environment(const Root& root) {
   const char* path = std::getenv("PATH");
   return {std::string("PATH=") + (path != nullptr ? path : "/usr/bin:/bin"),
@@ -111,24 +118,27 @@ std::vector<std::string> safe_environment(const Root& root) {
           "GIT_OPTIONAL_LOCKS=0",
           "GIT_TERMINAL_PROMPT=0",
           "GIT_NO_LAZY_FETCH=1",
+          "GIT_ALLOW_PROTOCOL=",
           "GIT_PAGER=cat"};
+}
+
+// A file or a link in its place names a repository elsewhere.
+void check_is_inside(const Root& root) {
+  struct stat status = {};
+  const bool is_there =
+      fstatat(root.descriptor(), ".git", &status, AT_SYMLINK_NOFOLLOW) == 0;  // a bare one has none
+  if (!is_there || S_ISDIR(status.st_mode)) return;
+  throw ToolError(
+      "The root's .git is no directory: a history that is kept elsewhere is not shown.");
 }
 
 }  // namespace
 
 std::string run_git(const Root& root, std::vector<std::string> arguments,
                     const std::stop_token& stop) {
-  std::vector<std::string> all = {"git",
-                                  "--no-pager",
-                                  "--literal-pathspecs",
-                                  "-c",
-                                  "core.fsmonitor=false",
-                                  "-c",
-                                  "core.hooksPath=/dev/null",
-                                  "-c",
-                                  "log.showSignature=false",
-                                  "-c",
-                                  "protocol.allow=never"};
+  check_is_inside(root);
+  std::vector<std::string> all = {"git", "--no-pager", "--literal-pathspecs"};
+  for (const char* setting : safe_settings) all.insert(all.end(), {"-c", setting});
   all.insert(all.end(), std::make_move_iterator(arguments.begin()),
              std::make_move_iterator(arguments.end()));
   std::vector<std::string> environment = safe_environment(root);
@@ -153,9 +163,16 @@ std::string commit_hash(const Root& root, const std::string& revision,
     hash =
         run_git(root, {"rev-parse", "--verify", "--end-of-options", revision + "^{commit}"}, stop);
   } catch (const ToolError& error) {
-    const bool has_no_repository =
-        error.message().find("not a git repository") != std::string::npos;
-    if (has_no_repository) throw ToolError("The root is not a git repository: it has no history.");
+    const auto says = [&](std::string_view text) {
+      return error.message().find(text) != std::string::npos;
+    };
+    if (says("not a git repository")) {
+      throw ToolError("The root is not a git repository: it has no history.");
+    }
+    if (says("dubious ownership")) {
+      throw ToolError("The repository belongs to another user: its history is not shown.");
+    }
+    if (!says("Needed a single revision")) throw;
     throw ToolError("There is no commit " + shown_name(revision) +
                     ": send a branch, a tag or a hash.");
   }

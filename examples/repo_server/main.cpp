@@ -26,12 +26,12 @@ int main(int argc, char** argv) {
   try {
     tool_binding::StdioTransport stdio;
     tool_binding::Context context;
-    context.provide("root", std::make_shared<const repo_server::Root>(root));
-    const tool_binding::ServiceOptions options = {
-        .log = [](const tool_binding::HandlerFault& fault) {
-          std::cerr << fault.tool << ": " << fault.kind << ": " << fault.text << '\n';
-        }};
-    const tool_binding::ToolService service(repo_server::tools(), context, options);
+    const auto directory = std::make_shared<const repo_server::Root>(root);
+    if (!repo_server::confine_to(*directory)) {
+      std::cerr << "repo_server: this kernel has no Landlock: links inside .git are followed\n";
+    }
+    context.provide("root", directory);
+    const tool_binding::ToolService service(repo_server::tools(), context);
     return stdio.serve(service, {.name = "repo_server", .version = version});
   } catch (const std::exception& error) {
     std::cerr << "repo_server: " << error.what() << '\n';

@@ -41,14 +41,25 @@ class Root {
   [[nodiscard]] int descriptor() const noexcept { return directory_.get(); }
   [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
-  // What is at a path relative to the root, opened for reading; it never blocks. Throws ToolError,
-  // with the path in it, when there is none or it leads out of the root.
+  // The file or directory at a path relative to the root, opened for reading. Throws ToolError,
+  // with the path in it, when there is none, it leads out of the root, or it is anything else: a
+  // pipe or a device is not even opened.
   [[nodiscard]] Descriptor open(std::string_view path) const;
+  // Of whatever is there. Throws as open() does.
+  [[nodiscard]] struct stat status(std::string_view path) const;
 
  private:
+  [[nodiscard]] Descriptor open(std::string_view path, int flags) const;
+
   std::filesystem::path path_;
   Descriptor directory_;
 };
+
+// The kernel's own rule (Landlock) for this thread and all that it starts: nothing is read but what
+// is beneath the root and what programs need to run, and nothing is written. So git follows nothing
+// that a repository names outside of the root. False where the kernel has no such rule
+// (before 5.13).
+[[nodiscard]] bool confine_to(const Root& root);
 
 [[nodiscard]] struct stat status_of(const Descriptor& file);
 

@@ -100,7 +100,10 @@ class Searching {
         globs_(request.globs),
         expression_(
             compiled(request.mode == Mode::literal ? RE2::QuoteMeta(request.query) : request.query,
-                     request.case_sensitive, "regular expression")) {}
+                     request.case_sensitive, "regular expression")) {
+    if (request.query.find('\n') == std::string::npos) return;
+    throw ToolError("Lines are searched one by one: send a query without a line break.");
+  }
 
   std::string run() {
     std::vector<std::string> starts = request_.paths;
@@ -132,13 +135,9 @@ class Searching {
     try {
       const Descriptor file = root_.open(path);
       const mode_t mode = status_of(file).st_mode;
-      if (S_ISDIR(mode)) {
-        add_entries(file, path);
-      } else if (S_ISREG(mode) && globs_.take(path)) {
-        search_file(file, path);
-      }
+      S_ISDIR(mode) ? add_entries(file, path) : search_file(file, path);
     } catch (const ToolError&) {
-      ++passed_over_;
+      pass_over(path);
     }
   }
 
@@ -147,19 +146,19 @@ class Searching {
     for (auto name = names.rbegin(); name != names.rend(); ++name) {
       struct stat status = {};
       const int found = fstatat(directory.get(), name->c_str(), &status, AT_SYMLINK_NOFOLLOW);
-      if (found != 0 || S_ISLNK(status.st_mode) || *name == ".git") continue;
+      if (found != 0 || *name == ".git") continue;
       const bool is_here = path == "." || path.empty();
-      pending_.push_back(is_here ? *name : path + (path.ends_with('/') ? "" : "/") + *name);
+      std::string below = is_here ? *name : path + (path.ends_with('/') ? "" : "/") + *name;
+      const bool is_wanted =
+          S_ISDIR(status.st_mode) || (S_ISREG(status.st_mode) && globs_.take(below));
+      if (is_wanted) pending_.push_back(std::move(below));
     }
   }
 
   void search_file(const Descriptor& file, const std::string& path) {
     ++files_;
     const auto text = text_of(file, shown_name(path), most_file_size);
-    if (!text) {
-      ++passed_over_;
-      return;
-    }
+    if (!text) return pass_over(path);
     const std::vector<std::string_view> lines = lines_of(*text);
     std::size_t written = 0;  // up to here lines are in the output
     for (std::size_t i = 0; i < lines.size() && !is_over(); ++i) {
@@ -174,11 +173,20 @@ class Searching {
     }
   }
 
+  void pass_over(const std::string& path) {
+    constexpr std::size_t most_named = 10;
+    if (passed_over_++ < most_named)
+      not_searched_ += (not_searched_.empty() ? "" : ", ") + shown_name(path);
+    if (passed_over_ == most_named + 1) not_searched_ += ", ...";
+  }
+
   static std::vector<std::string_view> lines_of(std::string_view text) {
     std::vector<std::string_view> lines;
     while (!text.empty()) {
       const std::size_t end = std::min(text.find('\n'), text.size());
-      lines.push_back(text.substr(0, end));
+      std::string_view line = text.substr(0, end);
+      if (line.ends_with('\r')) line.remove_suffix(1);
+      lines.push_back(line);
       text.remove_prefix(std::min(end + 1, text.size()));
     }
     return lines;
@@ -195,8 +203,8 @@ class Searching {
     if (hits_ == 0) output_ += "No line matches.\n";
     if (!reason_.empty()) output_ += "[stopped short: " + reason_ + "]\n";
     if (passed_over_ > 0) {
-      output_ += "[" + std::to_string(passed_over_) +
-                 " files passed over: binary, too large or not readable]\n";
+      output_ += "[passed over " + std::to_string(passed_over_) +
+                 ", binary, larger than 1 MiB or not readable: " + not_searched_ + "]\n";
     }
     return std::move(output_);
   }
@@ -212,6 +220,7 @@ class Searching {
   std::string reason_;
   std::size_t files_ = 0;
   std::size_t passed_over_ = 0;
+  std::string not_searched_;
   int hits_ = 0;
 };
 
@@ -220,12 +229,14 @@ class Searching {
 std::optional<std::string> text_of(const Descriptor& file, const std::string& shown,
                                    std::size_t most) {
   const struct stat status = status_of(file);
-  if (!S_ISREG(status.st_mode)) throw ToolError(shown + " is not a file.");
+  if (S_ISDIR(status.st_mode)) throw ToolError(shown + " is a directory: use the action 'list'.");
   std::string text;
   std::array<char, 65536> buffer;
   for (;;) {
     const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-    if (count < 0) throw std::system_error(errno, std::generic_category(), shown);
+    if (count < 0) {
+      throw ToolError("Cannot read " + shown + ": " + std::generic_category().message(errno) + ".");
+    }
     if (count == 0) return text;
     text.append(buffer.data(), static_cast<std::size_t>(count));
     if (text.find('\0', text.size() - static_cast<std::size_t>(count)) != text.npos) {

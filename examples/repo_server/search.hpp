@@ -12,7 +12,7 @@
 namespace repo_server {
 
 // The text of a file; nothing for one that is binary (it holds a zero byte). Throws ToolError where
-// it is not a regular file or longer than `most` bytes.
+// it is a directory, longer than `most` bytes or cannot be read.
 [[nodiscard]] std::optional<std::string> text_of(const Descriptor& file, const std::string& shown,
                                                  std::size_t most);
 
@@ -32,9 +32,9 @@ struct Search {
 };
 
 // Lines "PATH:LINE:TEXT", context lines as "PATH-LINE-TEXT". It looks at no more than 20,000 files
-// of at most 1 MiB in ten seconds, follows no link, passes over .git, and says in a last line what
-// it passed over or where it stopped short. Regular expressions are RE2's: linear time. Throws
-// ToolError for an expression or a glob that is none.
+// of at most 1 MiB in ten seconds, follows no link, passes over .git, and says in the last lines
+// what it passed over and where it stopped short. Regular expressions are RE2's: linear time.
+// Throws ToolError for an expression or a glob that is none.
 [[nodiscard]] std::string search(const Root& root, const Search& request,
                                  const std::stop_token& stop);
 

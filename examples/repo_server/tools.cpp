@@ -52,17 +52,19 @@ std::string read_lines(const Root& root, const Files& request) {
   if (!text) throw ToolError(shown + " is binary: it is not shown.");
   std::string_view rest = *text;
   std::string read;
-  for (int line = 1; !rest.empty() && line < request.start + request.lines; ++line) {
+  int line = 1;
+  for (; !rest.empty() && line - request.start < request.lines; ++line) {
     const std::size_t end = std::min(rest.find('\n'), rest.size() - 1) + 1;
     if (line >= request.start) read += rest.substr(0, end);
     rest.remove_prefix(end);
   }
-  if (!rest.empty()) read += "[there is more: send a larger 'start']\n";
+  if (!rest.empty()) read += "[there is more: send 'start' " + std::to_string(line) + "]\n";
+  if (read.empty()) read = "[the file has " + std::to_string(line - 1) + " lines]\n";
   return read;
 }
 
 std::string describe(const Root& root, const Files& request) {
-  const struct stat status = status_of(root.open(request.path));
+  const struct stat status = root.status(request.path);
   std::tm time = {};
   gmtime_r(&status.st_mtime, &time);
   char shown_time[32];
@@ -170,7 +172,7 @@ std::string answer_history(const History& request, const Root& root, std::stop_t
                    commit};
       break;
     default:  // of a commit: the working tree's filters would be programs
-      arguments = {"blame", "--no-textconv", "--date=short", commit};
+      arguments = {"blame", "--no-textconv", "--no-ignore-revs-file", "--date=short", commit};
   }
   arguments.emplace_back("--");
   if (request.path) arguments.push_back(*request.path);

@@ -1,8 +1,6 @@
 #include "calls.hpp"
 
-#include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <utility>
 
 #include "messages.hpp"
@@ -50,34 +48,37 @@ void CallRecord::report(const Progress& progress, const ServerSession::Notify& n
   notify(notification_line("notifications/progress", params));
 }
 
+bool Calls::ById::operator()(const Record& left, const Record& right) const noexcept {
+  const int order = left->id.compare(right->id);
+  return order != 0 ? order < 0 : left < right;
+}
+bool Calls::ById::operator()(const Record& left, std::string_view id) const noexcept {
+  return left->id < id;
+}
+bool Calls::ById::operator()(std::string_view id, const Record& right) const noexcept {
+  return id < right->id;
+}
+
 bool Calls::add(const Record& record) {
   const std::lock_guard lock(mutex_);
-  if (by_id_.size() >= limit_) return false;
-  by_id_.emplace(record->id, record);
+  if (records_.size() >= limit_) return false;
+  records_.insert(record);
   return true;
 }
 
 bool Calls::end(const Record& record) {
   if (!record->end()) return false;
-  forget(record);
-  return true;
-}
-
-void Calls::forget(const Record& record) {
   const std::lock_guard lock(mutex_);
-  const auto [first, last] = by_id_.equal_range(record->id);
-  const auto found =
-      std::find_if(first, last, [&](const auto& entry) { return entry.second == record; });
-  if (found != last) by_id_.erase(found);
+  records_.erase(record);
+  return true;
 }
 
 std::vector<Calls::Record> Calls::cancel(std::string_view id) {
   std::vector<Record> found;
   {
     const std::lock_guard lock(mutex_);
-    const auto [first, last] = by_id_.equal_range(id);
-    std::transform(first, last, std::back_inserter(found),
-                   [](const auto& entry) { return entry.second; });
+    const auto [first, last] = records_.equal_range(id);
+    found.assign(first, last);
   }
   std::erase_if(found, [&](const Record& record) { return !end(record); });
   // Outside every lock: who waits for the stop runs here.
@@ -86,11 +87,10 @@ std::vector<Calls::Record> Calls::cancel(std::string_view id) {
 }
 
 void Calls::cancel_all() {
-  std::vector<Record> found;
+  std::set<Record, ById> found;
   {
     const std::lock_guard lock(mutex_);
-    for (const auto& [id, record] : by_id_) found.push_back(record);
-    by_id_.clear();
+    found.swap(records_);
   }
   for (const Record& record : found) {
     if (record->end()) record->stop.request_stop();
@@ -99,7 +99,7 @@ void Calls::cancel_all() {
 
 std::size_t Calls::size() const {
   const std::lock_guard lock(mutex_);
-  return by_id_.size();
+  return records_.size();
 }
 
 }  // namespace tool_binding

@@ -8,10 +8,10 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <stop_token>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "results.hpp"
@@ -77,13 +77,16 @@ class Calls {
 
  private:
   // A client should not use an id twice at once; one that does gets two answers.
-  using ById = std::unordered_multimap<std::string_view, Record>;
-
-  void forget(const Record& record);
+  struct ById {
+    using is_transparent = void;
+    bool operator()(const Record& left, const Record& right) const noexcept;
+    bool operator()(const Record& left, std::string_view id) const noexcept;
+    bool operator()(std::string_view id, const Record& right) const noexcept;
+  };
 
   const std::size_t limit_;
   mutable std::mutex mutex_;
-  ById by_id_;  // the keys are those of the records
+  std::set<Record, ById> records_;
 };
 
 }  // namespace tool_binding

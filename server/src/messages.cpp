@@ -1,5 +1,6 @@
 #include "messages.hpp"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -42,6 +43,24 @@ Message classified(const Value& value) {
   return {MessageKind::request, {}, method->get_text(), id, params};
 }
 
+std::string wire_text(const Mapping& mapping) {
+  constexpr std::string_view surrogate = "\\ud";  // its escape; pairs are not escaped
+  constexpr std::size_t escape_size = 6;
+  std::string text = json_text(mapping);
+  if (text.find(surrogate) == text.npos) return text;
+  std::string wire;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t end = std::min(rest.find('\\'), rest.size());
+    wire += rest.substr(0, end);
+    rest.remove_prefix(end);
+    const bool is_surrogate = rest.starts_with(surrogate) && rest[3] >= '8';
+    const std::size_t size = std::min(is_surrogate ? escape_size : 2, rest.size());
+    wire += is_surrogate ? "\xEF\xBF\xBD" : rest.substr(0, size);
+    rest.remove_prefix(size);
+  }
+  return wire;
+}
+
 std::string result_line(std::string_view id, std::string_view result) {
   return line_start(id).append(R"("result":)").append(result) += '}';
 }
@@ -49,15 +68,14 @@ std::string result_line(std::string_view id, std::string_view result) {
 std::string error_line(std::string_view id, const ProtocolError& error) {
   Mapping content{{"code", static_cast<int>(error.code)}, {"message", error.message}};
   if (!error.data.is_none()) content.set("data", error.data);
-  return line_start(id).append(R"("error":)").append(json_text(std::move(content))) += '}';
+  return line_start(id).append(R"("error":)").append(wire_text(content)) += '}';
 }
 
 std::string notification_line(std::string_view method, const Mapping& params) {
-  return json_text(Mapping{{"jsonrpc", "2.0"}, {"method", method}, {"params", params}});
+  return wire_text(Mapping{{"jsonrpc", "2.0"}, {"method", method}, {"params", params}});
 }
 
-std::string shown(std::string_view text) {
-  constexpr std::size_t most = 60;
+std::string shown(std::string_view text, std::size_t most) {
   const bool is_cut = text.size() > most;
   std::string quoted = display_form(List{text.substr(0, most)});
   return quoted.substr(1, quoted.size() - 2) + (is_cut ? "..." : "");

@@ -45,15 +45,18 @@ struct Message {
 // An id of a request, and a token of its progress, is text or an integer.
 [[nodiscard]] bool is_id(const Value& value) noexcept;
 
+// json_text, with U+FFFD for each byte that is no UTF-8: strict clients refuse its escape.
+[[nodiscard]] std::string wire_text(const Mapping& mapping);
+
 // `id` and `result` are JSON.
 [[nodiscard]] std::string result_line(std::string_view id, std::string_view result);
 // An empty id: the message had none that could be read, and the answer has no such member.
 [[nodiscard]] std::string error_line(std::string_view id, const ProtocolError& error);
 [[nodiscard]] std::string notification_line(std::string_view method, const Mapping& params);
 
-// Text of a client for a message or a log: in quotes, at most some 60 characters of it, with what
-// is not printable escaped.
-[[nodiscard]] std::string shown(std::string_view text);
+// Text of others for a message or a log: in quotes, no more than `most` bytes of it, with what is
+// no printable character escaped.
+[[nodiscard]] std::string shown(std::string_view text, std::size_t most = 60);
 
 }  // namespace tool_binding
 

@@ -44,4 +44,9 @@ void OutputQueue::break_off() {
   writable_.notify_all();
 }
 
+bool OutputQueue::is_broken() const {
+  const std::lock_guard lock(mutex_);
+  return broken_;
+}
+
 }  // namespace tool_binding

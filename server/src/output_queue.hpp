@@ -26,12 +26,13 @@ class OutputQueue {
   void close();
   // Nothing can be written any more.
   void break_off();
+  [[nodiscard]] bool is_broken() const;
 
  private:
   void add(std::string_view line);
 
   const std::size_t limit_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable readable_;
   std::condition_variable writable_;
   std::string lines_;

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "tool_binding/json.hpp"
+#include "messages.hpp"
 
 namespace tool_binding {
 namespace {
@@ -92,7 +92,7 @@ std::string Results::finished(Era era, Mapping result, Mapping meta) const {
     meta.set(server_info_key, server_info_);
   }
   if (!meta.empty()) result.set("_meta", std::move(meta));
-  return json_text(std::move(result));
+  return wire_text(result);
 }
 
 std::string Results::cacheable(Mapping result) const {

@@ -119,6 +119,11 @@ class ServerSession::Implementation {
   void log(const std::string& line) const {
     if (options.log) options.log(line);
   }
+  void log_fault(const HandlerFault& fault) const {
+    constexpr std::size_t most = 100;
+    log("the tool " + shown(fault.tool) + " failed: " + shown(fault.kind) + ": " +
+        shown(fault.text, most));
+  }
 
   const ToolService service;
   const ServerOptions options;
@@ -346,7 +351,9 @@ void ServerSession::Implementation::check_capabilities(const Request& request,
 }
 
 std::string ServerSession::Implementation::run(const Calls::Record& record, const Notify& notify) {
-  CallOptions call{.request_id = record->request_id, .stop = record->stop.get_token()};
+  CallOptions call{.request_id = record->request_id,
+                   .stop = record->stop.get_token(),
+                   .log = [this](const HandlerFault& fault) { log_fault(fault); }};
   if (!record->progress_token.is_none() && notify) {
     call.progress = [&](const Progress& progress) { record->report(progress, notify); };
   }

@@ -127,6 +127,7 @@ void Loop::serve() {
 // What a client has sent before it went away is not read: nobody would read the answers.
 Loop::Event Loop::wait(int time) {
   std::array<pollfd, 2> polled = {{{input_, POLLIN, 0}, {output_, 0, 0}}};
+  if (output_ < 0 || answers_.is_broken()) return Event::nobody_reads;
   if (input_ < 0) return Event::end;
   if (poll(polled.data(), polled.size(), time) < 0) return Event::deadline;  // a signal
   if (polled[1].revents != 0) return Event::nobody_reads;
@@ -189,9 +190,13 @@ void Loop::end(bool has_reader) {
 
 }  // namespace
 
-StdioTransport::StdioTransport() : input_(private_copy(STDIN_FILENO)) {
-  output_ = private_copy(STDOUT_FILENO);
-  if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) point_to_nothing(STDOUT_FILENO);
+StdioTransport::StdioTransport()
+    : input_(private_copy(STDIN_FILENO)), output_(private_copy(STDOUT_FILENO)) {
+  // Where it is closed, the next file that the program opens would get what is printed.
+  if (fcntl(STDERR_FILENO, F_GETFD) < 0) point_to_nothing(STDERR_FILENO);
+  if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+    throw std::system_error(errno, std::generic_category(), "dup2");
+  }
   point_to_nothing(STDIN_FILENO);
   std::signal(SIGPIPE, SIG_IGN);
 }

@@ -39,7 +39,13 @@ bool Workers::take_next(Worker& worker) {
 }
 
 void Workers::push(ServerCall call) {
+  constexpr std::size_t few = 1000;
   const std::lock_guard lock(mutex_);
+  // Cancelled calls must not pile up behind handlers that take long.
+  if (waiting_.size() >= 2 * swept_ + few) {
+    std::erase_if(waiting_, [](const ServerCall& waiting) { return waiting.is_over(); });
+    swept_ = waiting_.size();
+  }
   waiting_.push_back(std::move(call));
   pushed_.notify_one();
 }

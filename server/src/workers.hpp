@@ -60,6 +60,7 @@ class Workers {
   std::condition_variable pushed_;
   std::condition_variable ended_;
   std::deque<ServerCall> waiting_;
+  std::size_t swept_ = 0;  // how many waited when those that are over were last removed
   bool closed_ = false;
   std::size_t running_ = 0;    // threads
   std::list<Worker> workers_;  // destroyed, and so joined, first

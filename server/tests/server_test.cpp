@@ -205,6 +205,26 @@ TEST(ServerSession, KeepsItsLimits) {
   }
 }
 
+TEST(ServerSession, SendsUtf8WhateverAHandlerReturns) {
+  const ToolService service({tool("bytes", "", {}, [] { return "caf\xe9 \\udce9 \xed\xa0\x80"; })});
+  ServerSession session(service, options);
+  const Lines answers = answers_to(session, call_line(1, "bytes", {}));
+  ASSERT_EQ(answers.size(), 1U);
+  EXPECT_NE(answers[0].find("caf\xEF\xBF\xBD \\\\udce9 \xEF\xBF\xBD\""), std::string::npos)
+      << answers[0];
+  EXPECT_NO_THROW((void)parse_json(answers[0]));
+}
+
+// A client that uses one id for all: what each message costs must not grow with their number.
+TEST(ServerSession, TakesOneIdForManyCalls) {
+  ServerSession session(fixture_service(), options);
+  constexpr std::size_t count = 60'000;
+  for (std::size_t i = 0; i < count; ++i) (void)session.receive(call_line(1, "list", {}));
+  EXPECT_EQ(session.calls(), count);
+  EXPECT_TRUE(session.receive(cancel_line(1)).answers.empty());
+  EXPECT_EQ(session.calls(), 0U);
+}
+
 // Reports of progress and the answer on threads of their own: none after the answer.
 TEST(ServerSession, SendsNoProgressAfterTheEnd) {
   ServerSession session(fixture_service(), options);

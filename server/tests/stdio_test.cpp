@@ -40,13 +40,13 @@ class Server {
  public:
   using Environment = std::map<std::string, std::string>;
 
-  explicit Server(const Environment& environment = {}) {
+  explicit Server(const Environment& environment = {}, bool has_output = true) {
     std::signal(SIGPIPE, SIG_IGN);
     pid_ = fork();
     if (pid_ == 0) {
       for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
       dup2(in_.ends[0], 0);
-      dup2(out_.ends[1], 1);
+      has_output ? dup2(out_.ends[1], 1) : close(1);
       dup2(error_.ends[1], 2);
       execl(FIXTURE_SERVER, FIXTURE_SERVER, nullptr);
       _exit(127);
@@ -220,7 +220,8 @@ TEST(Stdio, KeepsWhatIsPrintedOutOfTheMessages) {
   EXPECT_EQ(server.status_within(2s), 0);
   const std::string errors = server.rest_of_errors();
   for (const char* printed :
-       {"printed by a stream\n", "printed by stdio\n", "printed by a child\n"}) {
+       {"printed by a stream\n", "printed by stdio\n", "printed by a child\n",
+        "fixture_server: the tool 'fail' failed: 'std::runtime_error': 'a secret'\n"}) {
     EXPECT_NE(errors.find(printed), errors.npos) << errors;
   }
 }
@@ -256,6 +257,8 @@ TEST(Stdio, EndsWithItsClient) {
     EXPECT_EQ(server.status_within(1500ms), 0) << tool;
     EXPECT_EQ(server.rest_of_errors(), "");
   }
+  Server mute({}, false);
+  EXPECT_EQ(mute.status_within(1s), 0);
 }
 
 TEST(Stdio, AnswersForAHandlerThatRunsTooLong) {

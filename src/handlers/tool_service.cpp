@@ -150,7 +150,7 @@ namespace {
 class Calling {
  public:
   Calling(const BoundTool& tool, const CallOptions& options)
-      : tool_(tool), call_(tool.plan.spec.name(), options) {}
+      : tool_(tool), options_(options), call_(tool.plan.spec.name(), options) {}
 
   template <class Arguments>
   ToolAnswer answer(Arguments&& arguments, const ServiceOptions& service) && {
@@ -207,17 +207,19 @@ class Calling {
     add_text(answer_, std::move(text));
   }
   void log(const ServiceOptions& service) const noexcept {
-    if (service.log == nullptr) return;
+    const auto& log = service.log ? service.log : options_.log;
+    if (!log) return;
     try {
       const std::string kind = exception_kind();
       const std::string text = exception_text();
-      service.log({spec().name(), kind, text});
+      log({spec().name(), kind, text});
     } catch (...) {
       // Nobody is left to hear of it, and the client's answer matters more.
     }
   }
 
   const BoundTool& tool_;
+  const CallOptions& options_;
   Call call_;
   ToolAnswer answer_;
 };

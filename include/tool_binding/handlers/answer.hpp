@@ -106,6 +106,8 @@ struct Progress {
   std::string message = {};
 };
 
+struct HandlerFault;  // tool_service.hpp
+
 // What a caller gives along with a request. All of it may be left out.
 struct CallOptions {
   // The request's id, where the transport has one.
@@ -115,6 +117,8 @@ struct CallOptions {
   // Takes each report of progress, on the thread that reports it. What it throws, the handler's
   // call to Call::progress throws.
   std::function<void(const Progress&)> progress = {};
+  // Called instead of ServiceOptions::log where that is empty.
+  std::function<void(const HandlerFault&)> log = {};
 };
 
 // The request that a handler answers. A handler takes it as `Call&`.
