@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
+#include "printable.hpp"
 #include "report.hpp"
 #include "tool_binding/tool_binding.hpp"
 
@@ -55,10 +57,10 @@ void propose_synonyms(const std::string& name, const ToolCounts& tool,
     if (meaning == nullptr || !can_be_declared(tool, sent)) continue;
     const Candidate& candidate = unknown.candidates.at(*meaning);
     proposals.push_back({name, *meaning, "x-synonyms", sent, unknown.count,
-                         times(unknown.count, "request", "requests") + " sent '" + sent + "', " +
-                             std::to_string(candidate.missing) + " of them without '" + *meaning +
-                             "', which would have taken " + std::to_string(candidate.fits) +
-                             " of the values"});
+                         times(unknown.count, "request", "requests") + " sent '" + printable(sent) +
+                             "', " + std::to_string(candidate.missing) + " of them without '" +
+                             printable(*meaning) + "', which would have taken " +
+                             std::to_string(candidate.fits) + " of the values"});
   }
 }
 
@@ -88,10 +90,10 @@ void propose_bounds(const std::string& name, const std::string& param, const Par
 
 void propose_blank(const std::string& name, const std::string& param, const ParamCounts& counts,
                    std::vector<Proposal>& proposals) {
-  if (counts.blank_only == 0) return;
-  proposals.push_back({name, param, "x-blank-is-value", true, counts.blank_only,
-                       times(counts.blank_only, "request was", "requests were") +
-                           " refused only for a blank '" + param + "'"});
+  if (counts.blank_would_do == 0) return;
+  proposals.push_back({name, param, "x-blank-is-value", true, counts.blank_would_do,
+                       times(counts.blank_would_do, "request was", "requests were") +
+                           " refused only for a blank '" + printable(param) + "'"});
 }
 
 // Applying them.
@@ -144,9 +146,11 @@ std::vector<Proposal> proposals(const Report& report) {
       propose_blank(name, param, counts, proposals);
     }
   }
-  std::stable_sort(
-      proposals.begin(), proposals.end(),
-      [](const Proposal& left, const Proposal& right) { return left.count > right.count; });
+  std::stable_sort(proposals.begin(), proposals.end(),
+                   [](const Proposal& left, const Proposal& right) {
+                     return std::tie(right.count, left.tool, left.parameter) <
+                            std::tie(left.count, right.tool, right.parameter);
+                   });
   return proposals;
 }
 

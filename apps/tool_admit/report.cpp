@@ -42,6 +42,7 @@ void ParamCounts::include(double value) {
 void ParamCounts::add(const ParamCounts& other) {
   sent += other.sent;
   blank_only += other.blank_only;
+  blank_would_do += other.blank_would_do;
   below += other.below;
   above += other.above;
   not_in_enumeration += other.not_in_enumeration;
@@ -57,6 +58,15 @@ ParamCounts& ToolCounts::param(std::string_view name) {
   const auto found = std::find_if(params.begin(), params.end(),
                                   [name](const auto& param) { return param.first == name; });
   return found != params.end() ? found->second : params.emplace_back(name, ParamCounts()).second;
+}
+
+std::vector<std::string_view> ToolCounts::unused() const {
+  std::vector<std::string_view> names;
+  for (const auto& [name, counts] : params) {
+    if (counts.sent == 0) names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 void ToolCounts::add(const ToolCounts& other) {

@@ -45,6 +45,7 @@ constexpr CountMember<Report> report_members[] = {
 constexpr CountMember<ParamCounts> param_members[] = {
     {"sent", &ParamCounts::sent},
     {"blank_only", &ParamCounts::blank_only},
+    {"blank_would_do", &ParamCounts::blank_would_do},
     {"below_minimum", &ParamCounts::below},
     {"above_maximum", &ParamCounts::above},
     {"not_in_enumeration", &ParamCounts::not_in_enumeration},
@@ -112,13 +113,10 @@ Mapping tool_object(const ToolCounts& tool) {
   object.set("problems", by_name(problem_names, tool.problems));
   object.set("unknown_names", sorted_list(tool.unknown_names, unknown_name));
   object.set("unknown_names_beyond_cap", number(tool.unknown_names.others()));
-  List unused;
   Mapping params;
-  for (const auto& [name, counts] : tool.params) {
-    if (counts.sent == 0) unused.push_back(name);
-    params.set(name, param_object(counts));
-  }
-  object.set("unused", std::move(unused));
+  for (const auto& [name, counts] : tool.params) params.set(name, param_object(counts));
+  const std::vector<std::string_view> unused = tool.unused();
+  object.set("unused", List(unused.begin(), unused.end()));
   object.set("parameters", std::move(params));
   return object;
 }
