@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <tuple>
 #include <utility>
 
+#include "counting.hpp"
 #include "printable.hpp"
 #include "report.hpp"
 #include "tool_binding/tool_binding.hpp"
@@ -17,7 +19,7 @@ constexpr std::array<std::string_view, 3> reserved_names = {ACTION_PARAM, REPO_R
 
 bool can_be_declared(const ToolCounts& tool, std::string_view name) {
   if (std::find(reserved_names.begin(), reserved_names.end(), name) != reserved_names.end() ||
-      name.find_first_not_of(" \t\r\n") == name.npos) {
+      is_blank(name)) {
     return false;
   }
   return std::none_of(tool.params.begin(), tool.params.end(), [name](const auto& param) {
@@ -64,21 +66,13 @@ void propose_synonyms(const std::string& name, const ToolCounts& tool,
   }
 }
 
-Value bound(double value) {
-  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
-  if (std::trunc(value) == value && std::abs(value) <= exact) {
-    return static_cast<std::int64_t>(value);
-  }
-  return value;
-}
-
 void propose_bounds(const std::string& name, const std::string& param, const ParamCounts& counts,
                     std::vector<Proposal>& proposals) {
   if (!counts.beyond) return;
   const auto propose = [&](std::string_view keyword, Count count, double value,
                            std::string_view side) {
-    if (count == 0 || !std::isfinite(value)) return;
-    Value widened = bound(value);
+    if (count == 0 || std::abs(value) == std::numeric_limits<double>::max()) return;
+    Value widened = whole_or_float(value);
     std::string evidence = times(count, "value was ", "values were ") + std::string(side) +
                            " the " + std::string(keyword) + ", as far as " + display_form(widened);
     proposals.push_back(
@@ -123,9 +117,23 @@ Mapping* property_of(List& tools, const Proposal& proposal) {
   return nullptr;
 }
 
+// Where the keyword is already, which may be an alternative of a union with null.
+Mapping& holder_of(std::string_view keyword, Mapping& property) {
+  if (property.contains(keyword)) return property;
+  for (const std::string_view of : {"anyOf", "oneOf"}) {
+    Value* alternatives = property.find(of);
+    if (alternatives == nullptr || !alternatives->is_list()) continue;
+    for (Value& alternative : alternatives->get_list()) {
+      Mapping* schema = alternative.if_mapping();
+      if (schema != nullptr && schema->contains(keyword)) return *schema;
+    }
+  }
+  return property;
+}
+
 void apply(Mapping& property, const Proposal& proposal) {
   if (proposal.keyword != "x-synonyms") {
-    property.set(proposal.keyword, proposal.value);
+    holder_of(proposal.keyword, property).set(proposal.keyword, proposal.value);
     return;
   }
   Value* synonyms = property.find("x-synonyms");

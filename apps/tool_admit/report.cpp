@@ -1,6 +1,8 @@
 #include "report.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace tool_binding::tool_admit {
 namespace {
@@ -33,7 +35,17 @@ void UnknownName::add(const UnknownName& other) {
   }
 }
 
+Value whole_or_float(double number) {
+  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
+  if (std::trunc(number) == number && std::abs(number) <= exact) {
+    return static_cast<std::int64_t>(number);
+  }
+  return number;
+}
+
 void ParamCounts::include(double value) {
+  constexpr double most = std::numeric_limits<double>::max();
+  value = std::clamp(value, -most, most);
   if (!beyond) beyond = {value, value};
   beyond->low = std::min(beyond->low, value);
   beyond->high = std::max(beyond->high, value);

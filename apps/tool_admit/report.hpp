@@ -144,6 +144,9 @@ struct UnknownName {
   void add(const UnknownName& other);
 };
 
+// An integer for a whole number, as far as floats are exact; otherwise the float.
+[[nodiscard]] Value whole_or_float(double number);
+
 struct Range {
   double low;
   double high;
@@ -161,6 +164,7 @@ struct ParamCounts {
   Kept<CountOnly> values = {};
   std::vector<std::string> synonyms = {};  // as declared
 
+  // What no float can hold counts as the greatest, or the least, of them.
   void include(double value);
   void add(const ParamCounts& other);
 };

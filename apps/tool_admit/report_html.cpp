@@ -247,12 +247,20 @@ void add_params(std::string& out, const ToolCounts& tool) {
   for (const auto& [name, counts] : tool.params) {
     std::string values = refused_values(counts);
     if (counts.beyond) {
-      values += " beyond bounds: " + escaped(display_form(counts.beyond->low)) + " to " +
-                escaped(display_form(counts.beyond->high));
+      values += " beyond bounds: " + display_form(whole_or_float(counts.beyond->low)) + " to " +
+                display_form(whole_or_float(counts.beyond->high));
     }
     table.row(name_of(name), counts.sent, counts.below, counts.above, counts.not_in_enumeration,
               counts.blank_only, values);
   }
+}
+
+void add_unused(std::string& out, const ToolCounts& tool) {
+  std::string names;
+  for (const std::string_view name : tool.unused()) {
+    names += (names.empty() ? "" : ", ") + name_of(name);
+  }
+  if (!names.empty()) out += "<p>Never sent: " + names + "</p>\n";
 }
 
 void add_tools(std::string& out, const Report& report) {
@@ -265,6 +273,7 @@ void add_tools(std::string& out, const Report& report) {
     add_unknown_names(out, *tool);
     out += "<h3>Parameters</h3>\n";
     add_params(out, *tool);
+    add_unused(out, *tool);
     out += "</details>\n";
   }
   for (const auto& [name, tool] : report.tools) {
@@ -310,11 +319,11 @@ void add_proposals(std::string& out, const Report& report) {
 std::string report_html(const Report& report, const std::optional<Measured>& measured) {
   std::string out(head);
   add_summary(out, report, measured);
-  add_proposals(out, report);
-  add_outcomes(out, report);
   add_refusals(out, report);
   add_kinds(out, '2', "Changes by kind", change_names, report.changes());
+  add_outcomes(out, report);
   add_unknown_tools(out, report);
+  add_proposals(out, report);
   add_tools(out, report);
   out += "</body>\n</html>\n";
   return out;

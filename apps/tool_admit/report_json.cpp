@@ -1,4 +1,3 @@
-#include <cmath>
 #include <optional>
 #include <string>
 #include <utility>
@@ -11,14 +10,6 @@ namespace {
 
 // A count is an integer of JSON; what a log can hold fits.
 Value number(Count count) { return static_cast<std::int64_t>(count); }
-
-Value number(double value) {
-  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
-  if (std::trunc(value) == value && std::abs(value) <= exact) {
-    return static_cast<std::int64_t>(value);
-  }
-  return value;
-}
 
 Value text_or_none(const std::optional<std::string>& text) { return text ? Value(*text) : Value(); }
 
@@ -96,7 +87,8 @@ Mapping param_object(const ParamCounts& counts) {
   Mapping object;
   write_counts(object, param_members, counts);
   if (counts.beyond) {
-    object.set("beyond_bounds", List{number(counts.beyond->low), number(counts.beyond->high)});
+    object.set("beyond_bounds",
+               List{whole_or_float(counts.beyond->low), whole_or_float(counts.beyond->high)});
   }
   if (!counts.values.entries().empty() || counts.values.others() > 0) {
     object.set("refused_values", sorted_list(counts.values, refused_value));

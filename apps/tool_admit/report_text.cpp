@@ -64,10 +64,10 @@ void add_unknown_names(std::string& out, const ToolCounts& tool) {
 
 void add_param(std::string& out, const std::string& name, const ParamCounts& counts) {
   const std::string param = shown(name);
-  std::string range;
+  std::string range = " (--values shows how far)";
   if (counts.beyond) {
-    range = " (from " + display_form(counts.beyond->low) + " to " +
-            display_form(counts.beyond->high) + " were sent)";
+    range = " (from " + display_form(whole_or_float(counts.beyond->low)) + " to " +
+            display_form(whole_or_float(counts.beyond->high)) + " were sent)";
   }
   if (counts.below > 0) add_count(out, counts.below, param + " below the minimum" + range);
   if (counts.above > 0) add_count(out, counts.above, param + " above the maximum" + range);
