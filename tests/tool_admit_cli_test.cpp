@@ -61,6 +61,7 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
   run("",
       "</dev/null; echo '{\"tool\": \"status\"}' | gzip >cut.gz; "
       "printf '\\037\\213 no gzip' >faulty.gz; "
+      "cp cut.gz padded.gz; truncate -s +600 padded.gz; "
       "echo '{\"tool\": \"status\"}' | gzip >>cut.gz; truncate -s -9 cut.gz");
   write("broken.json", "[\n  {'name': 1}]");
   write("admitted", "\n \t\r\n{\"tool\": \"t\", \"arguments\": {\"a\": \"5\"}}");
@@ -113,6 +114,11 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
       {"--call search q=a limit:=900 n=5", "", 0,
        "  'limit' 900 is above the maximum: 200 was used\n  'n' was left out", ""},
       {"--call search limit=many", "", 1, "  Parameter 'limit' of search must be a whole", ""},
+      {"--call search query= q=a", "", 0, "  query ''  left out\n  q 'a'  read as  query 'a'\n",
+       ""},
+      {"--call search q=a q=b", "", 2, "", "'q' is given twice; a list is NAME=A,B or"},
+      {"--call search $(printf 'a\\033\\302\\233\\342\\200\\256')=1", "", 1,
+       "Unknown parameter 'a\\u001b\\u009b\\u202e' for", ""},
       {"--call search 'q:=['", "", 2, "", "'q:=[': invalid JSON at byte 2"},
       {"--call search q", "", 2, "", "'q' is not an argument: give NAME=TEXT, or NAME:=JSON"},
       {"--call serach", "", 2, "", "Did you mean 'search'?"},
@@ -120,6 +126,11 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
       {"--complete branches", "", 0, "action=\nbranch=\n", ""},
       {"--complete ''", "", 0, "read_file\n", ""},
       {"--merge good.json", "", 2, "", "good.json is no report: its \"lines\" is missing"},
+      {"--merge admitted -", "<empty.json", 2, "", "admitted is no report: its \"lines\""},
+      {"--merge empty.json", "", 2, "", "empty.json is no report: it is empty"},
+      {"--merge -", "<empty.json", 0, "{\"lines\": 0, ", ""},
+      {"padded.gz", "", 0, R"({"tool": "status", "arguments": {})", ""},
+      {"--report text --propose admitted admitted", "", 2, "", "would overwrite the requests"},
       {"--report text --display", "", 2, "", "excludes"},
       {"--report xml", "", 2, "", "xml"},
   };

@@ -201,6 +201,34 @@ def main():
         half_way.write_text(json.dumps(json.loads(half_way.read_bytes()), indent=2))
         assert run("--merge", *parts[3:], half_way) == whole
         check_cap(directory)
+        check_what_is_proposed(directory)
+
+
+def check_what_is_proposed(directory):
+    """Only what helps, under a name that can be declared, whatever else the request holds."""
+    tools = [{"name": "t", "inputSchema": {"required": ["text", "size"], "properties": {
+        "text": {"type": "string", "x-synonyms": ["body"]}, "paths": {"type": "array"},
+        "size": {"anyOf": [{"type": "integer", "maximum": 10}, {"type": "null"}]}}}}]
+    names = ["txet", "action", "repo", "\u2028", "\u202e\u009b<b>"]
+    calls = [{"size": 99, name: "x"} for name in names] + [
+        {"size": 10**400, "text": "", "Text": "x"},  # blank: as good as left out
+        {"size": "", "text": "x"}, {"size": 5, "text": " "}, {"size": 5, "body": "x", "text": []}]
+    (directory / "t.json").write_text(json.dumps(tools))
+    log = directory / "t.jsonl"
+    log.write_text("\n".join(json.dumps({"tool": "t", "arguments": call}) for call in calls))
+    options = ("--tools", directory / "t.json", "--values", "--report")
+    report = json.loads(run(*options, "json", "--propose", directory / "t2.json", log))
+    assert [(p["keyword"], p["value"]) for p in report["proposals"]] == [
+        ("x-synonyms", "Text"), ("x-synonyms", "txet"), ("x-synonyms", names[-1]),
+        ("x-blank-is-value", True)]
+    assert report["measured"] == {"requests": 9, "refused": 9, "refused_with_proposals": 5}
+    assert report["tools"]["t"]["problems"]["missing"] == 8
+    run("--tools", directory / "t2.json", "--check")
+    (directory / "part.json").write_text(json.dumps(report))
+    for form in ("text", "html"):
+        page = run(*options, form, log)
+        assert page == run("--merge", directory / "part.json", "--report", form)
+        assert not set(names[-1][:2]) & set(page.decode())
 
 
 def check_cap(directory):

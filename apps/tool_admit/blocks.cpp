@@ -72,20 +72,32 @@ class BlockReader::Gzip {
   }
 
   void inflate_some() {
+    if (!is_within_member_ && is_after_member_ && skip_padding()) return;
     is_within_member_ = true;
     const int status = inflate(&stream_, Z_NO_FLUSH);
     if (status == Z_STREAM_END) {
       is_within_member_ = false;
+      is_after_member_ = true;
       inflateReset(&stream_);
     } else if (status != Z_OK && status != Z_BUF_ERROR) {
       fail("the compressed data is faulty");
     }
   }
 
+  // Zero bytes that fill up a tape's or a file system's block. Whether nothing follows them so far.
+  [[nodiscard]] bool skip_padding() {
+    while (stream_.avail_in > 0 && *stream_.next_in == 0) {
+      --stream_.avail_in;
+      ++stream_.next_in;
+    }
+    return stream_.avail_in == 0;
+  }
+
   BlockReader& file_;
   std::string compressed_;
   z_stream stream_ = {};
   bool is_within_member_ = false;
+  bool is_after_member_ = false;
 };
 
 BlockReader::BlockReader(const std::optional<std::string>& path)

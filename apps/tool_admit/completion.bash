@@ -1,11 +1,19 @@
 # Completion of tool_admit's options, tools and parameters for bash.
 _tool_admit() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local call=0 tools=() tool='' i
+  local call=0 tools=() tool='' i file
   COMPREPLY=()
+  if [[ $current == = || $previous == = ]]; then # --option=WORD and NAME=TEXT are three words
+    [[ $current == = ]] && previous=$current current=''
+    [[ ${COMP_WORDS[COMP_CWORD - 2]} == --* ]] && previous=${COMP_WORDS[COMP_CWORD - 2]}
+    [[ ${COMP_WORDS[COMP_CWORD - 1]} == --* ]] && previous=${COMP_WORDS[COMP_CWORD - 1]}
+  fi
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-      --tools) tools=(--tools "${COMP_WORDS[i + 1]}") ;;
+      --tools)
+        file=${COMP_WORDS[i + 1]}
+        [[ $file == = ]] && file=${COMP_WORDS[i + 2]}
+        tools=(--tools "${file/#~\//$HOME/}") ;;
       --call) call=1 tool=${COMP_WORDS[i + 1]} ;;
       -*) call=0 ;;
     esac
@@ -14,6 +22,7 @@ _tool_admit() {
     --report) mapfile -t COMPREPLY < <(compgen -W 'text json html' -- "$current"); return ;;
     --tools | --propose) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
     --call) tool='' ;;
+    =) return ;; # the value of an argument
   esac
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$("$1" --help | grep -oE -- '(^|[ ,])--[a-z-]+' | tr -d ' ,' | sort -u)" -- "$current")

@@ -46,13 +46,6 @@ Value probe_value(const NormalizedArguments& arguments) {
   return value != nullptr ? *value : Value();
 }
 
-bool is_blank(const Value& value) {
-  const auto text = value.if_text();
-  if (!text) return value.is_list() && value.get_list().empty();
-  static const ToolSpec blank_is_dropped({.name = "blank", .params = {{.name = "value"}}});
-  return admitted(blank_is_dropped, {{"value", *text}})->arguments().empty();
-}
-
 bool is_number(const Value& value) { return value.is_integer() || value.is_float(); }
 
 double as_double(const Value& number) {
@@ -77,8 +70,19 @@ void count_flags(std::array<Count, size>& counts, const std::array<bool, size>& 
 
 }  // namespace
 
+bool is_blank(const Value& value) {
+  const auto text = value.if_text();
+  if (!text) return value.is_list() && value.get_list().empty();
+  static const ToolSpec blank_is_dropped({.name = "blank", .params = {{.name = "value"}}});
+  return admitted(blank_is_dropped, {{"value", *text}})->arguments().empty();
+}
+
 ParamProbe::ParamProbe(const ParamSpec& param)
-    : whole_(probe_tool(param)), type_only_(probe_tool(type_alone(param))) {}
+    : whole_(probe_tool(param)), type_only_(probe_tool(type_alone(param))) {
+  ParamSpec keeping = param;
+  keeping.blank_is_value = true;
+  takes_blank_ = admitted(probe_tool(std::move(keeping)), {{probe_name, ""}}).has_value();
+}
 
 ParamProbe::Reading ParamProbe::read(const Value& sent) const {
   const Mapping arguments{{probe_name, sent}};
@@ -100,8 +104,9 @@ struct ToolCounter::Examination {
 
   struct Param {
     bool is_sent = false;
+    bool is_said = false;  // by a value that is no blank text
     bool is_blank = false;
-    bool is_given = false;  // there is a value for the handler
+    bool is_given = false;  // there is a value for the handler, which says something
     bool is_taken = false;  // a synonym of it is left out
     bool is_missing = false;
   };
@@ -150,13 +155,18 @@ bool ToolCounter::count(const Mapping& arguments) {
 void ToolCounter::count_blanks(const Examination& state) {
   auto others = state.problems;
   others[static_cast<std::size_t>(Problem::missing)] = false;
-  const auto& params = state.state;
-  const bool is_blank_alone =
-      !any(others) && std::all_of(params.begin(), params.end(), [](const auto& param) {
-        return !param.is_missing || param.is_blank;
-      });
-  for (std::size_t i = 0; i < params.size(); ++i) {
-    if (is_blank_alone && params[i].is_missing) ++counts_.params[i].second.blank_only;
+  if (any(others)) return;
+  std::vector<std::size_t> missing;
+  for (std::size_t i = 0; i < state.state.size(); ++i) {
+    if (!state.state[i].is_missing) continue;
+    if (!state.state[i].is_blank) return;
+    missing.push_back(i);
+  }
+  const bool would_do = std::all_of(missing.begin(), missing.end(),
+                                    [this](std::size_t i) { return probes_[i].takes_blank(); });
+  for (const std::size_t i : missing) {
+    ++counts_.params[i].second.blank_only;
+    if (would_do) ++counts_.params[i].second.blank_would_do;
   }
 }
 
@@ -176,13 +186,13 @@ void ToolCounter::examine(Examination& state, std::string_view name, const Value
   const bool is_left_out = !param->blank_is_value && is_blank(value);
   known.is_blank = known.is_blank || is_left_out;
   if (is_left_out && value.is_text()) return;
+  known.is_said = true;
   const bool is_declared = param->name == name;
   if (!is_declared) {
     state.change(Change::synonym);
     if (known.is_taken) return;
   }
-  examine_value(state, place, value, is_declared);
-  if (is_left_out) known.is_given = false;
+  if (examine_value(state, place, value, is_declared)) known.is_given = !is_left_out;
 }
 
 void ToolCounter::examine_action(Examination& state, const Value& value) const {
@@ -196,27 +206,28 @@ void ToolCounter::examine_action(Examination& state, const Value& value) const {
   if (value.if_text() != action->name) state.change(Change::action_synonym);
 }
 
-void ToolCounter::examine_value(Examination& state, std::size_t place, const Value& value,
+bool ToolCounter::examine_value(Examination& state, std::size_t place, const Value& value,
                                 bool is_declared) {
   using Result = ParamProbe::Result;
   Examination::Param& known = state.state[place];
   const std::string& name = spec_.params()[place].name;
   const Value* result = state.result != nullptr ? state.result->find(name) : nullptr;
   if (result != nullptr && *result == value) {
-    known.is_given = known.is_taken = true;
-    return;
+    return known.is_taken = true;
   }
   const ParamProbe::Reading reading = probes_[place].read(value);
   if (reading.result == Result::wrong_type || reading.result == Result::not_in_enumeration) {
     known.is_taken = known.is_taken || is_declared;
-    if (reading.result == Result::wrong_type) return state.problem(Problem::wrong_type);
+    if (reading.result == Result::wrong_type) {
+      state.problem(Problem::wrong_type);
+      return false;
+    }
     state.problem(Problem::enumeration);
     ParamCounts& counts = counts_.params[place].second;
     ++counts.not_in_enumeration;
     if (keeps_values_) counts.values.add(display_form(value), {1});
-    return;
+    return false;
   }
-  known.is_given = known.is_taken = true;
   if (reading.result == Result::clamped) {
     state.change(Change::clamped);
     count_beyond(place, reading);
@@ -226,6 +237,7 @@ void ToolCounter::examine_value(Examination& state, std::size_t place, const Val
   } else if (reading.value != value && !(is_number(value) && is_number(reading.value))) {
     state.change(Change::converted);
   }
+  return known.is_taken = true;
 }
 
 void ToolCounter::count_beyond(std::size_t place, const ParamProbe::Reading& reading) {
@@ -264,7 +276,7 @@ void ToolCounter::count_unknown(const Examination& state, std::string_view name,
   one.count = 1;
   for (std::size_t i = 0; i < state.state.size(); ++i) {
     const std::string& param = spec_.params()[i].name;
-    if (state.state[i].is_sent || !(state.state[i].is_missing || one.nearest == param)) continue;
+    if (state.state[i].is_said || !(state.state[i].is_missing || one.nearest == param)) continue;
     const auto result = probes_[i].read(value).result;
     const bool fits = result == ParamProbe::Result::taken || result == ParamProbe::Result::clamped;
     one.candidates[param] = {.missing = 1, .fits = fits ? 1U : 0U};

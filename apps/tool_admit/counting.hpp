@@ -13,6 +13,9 @@
 
 namespace tool_binding::tool_admit {
 
+// Blank text, or an empty list.
+[[nodiscard]] bool is_blank(const Value& value);
+
 // What admission makes of one value for one parameter, beside the rest of a request: asked of tools
 // that have this parameter alone, so that what a message means need not be guessed from its text.
 class ParamProbe {
@@ -26,10 +29,13 @@ class ParamProbe {
     Value converted;  // of the parameter's type, before the bounds; only where it was clamped
   };
   [[nodiscard]] Reading read(const Value& sent) const;
+  // Whether a blank would be taken if it were a value.
+  [[nodiscard]] bool takes_blank() const noexcept { return takes_blank_; }
 
  private:
   ToolSpec whole_;
   ToolSpec type_only_;
+  bool takes_blank_;
 };
 
 // Counts the requests for one tool.
@@ -45,7 +51,8 @@ class ToolCounter {
   struct Examination;
   void examine(Examination& state, std::string_view name, const Value& value);
   void examine_action(Examination& state, const Value& value) const;
-  void examine_value(Examination& state, std::size_t param, const Value& value, bool is_declared);
+  // Whether the value is taken.
+  bool examine_value(Examination& state, std::size_t param, const Value& value, bool is_declared);
   void examine_needs(Examination& state) const;
   void count_blanks(const Examination& state);
   void count_beyond(std::size_t param, const ParamProbe::Reading& reading);

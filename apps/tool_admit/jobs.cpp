@@ -84,7 +84,7 @@ void work_until_closed(Queue& queue, const BlockWork& work,
     std::string out;
     while (const auto block = queue.pop()) {
       work(block->lines, out);
-      queue.write_in_turn(block->number, [&] { write(out); });
+      if (write) queue.write_in_turn(block->number, [&] { write(out); });
     }
   } catch (...) {
     queue.fail(std::current_exception());
@@ -108,7 +108,7 @@ void work_alone(BlockReader& reader, const BlockWork& work,
   std::string out;
   for (std::string block; reader.next(block);) {
     work(block, out);
-    write(out);
+    if (write) write(out);
   }
 }
 

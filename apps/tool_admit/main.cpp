@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,8 +20,9 @@ constexpr const char* purpose =
     "handler gets them, or with what is wrong with them.";
 
 constexpr const char* footer = R"(A request:   {"tool": NAME, "arguments": {...}}
-             "name" is read where "tool" is absent, "input" where "arguments" is; both may be
-             left out; other members are ignored, and so are blank lines
+             "input" is read where "arguments" is absent; both may be left out; other members
+             are ignored, and so are blank lines
+         or  {"name": NAME, "arguments": {...} or JSON TEXT}
          or  {"function": {"name": NAME, "arguments": {...} or JSON TEXT}}
          or  {"method": "tools/call", "params": {"name": NAME, "arguments": {...}}}
          or  {"tool_calls": [REQUEST, ...]}, {"content": [BLOCK, ...]}: each request in turn
@@ -32,6 +34,16 @@ Its answer:  {"tool": NAME, "arguments": {...}, "notes": [...], "alias_hit": BOO
 Exit status: 0 when all requests were admitted or a report was written, 1 when some were
              refused, 2 for wrong usage, a file that cannot be read, and a tools file with
              errors)";
+
+// The help says what an option takes, not with which others it goes: a wrong combination's error
+// does.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  [[nodiscard]] std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string& type = option->get_type_name();
+    return type.empty() ? "" : ' ' + type;
+  }
+};
 
 std::string version() {
   return "tool_admit " + std::to_string(TOOL_BINDING_VERSION_MAJOR) + '.' +
@@ -45,7 +57,7 @@ std::vector<CLI::Option*> add_modes(CLI::App& app, Options& options, CLI::Option
       app.add_option("--report", options.report,
                      "Count what the requests come to, instead of answering them")
           ->type_name("text|json|html")
-          ->check(CLI::IsMember({"text", "json", "html"})),
+          ->check(CLI::IsMember({"text", "json", "html"}).description("")),
       app.add_option("--call", options.call,
                      "Admit one typed request: a tool, then NAME=TEXT or NAME:=JSON for each "
                      "argument")
@@ -110,7 +122,7 @@ void add_options(CLI::App& app, Options& options) {
              "Add up reports that --report json wrote, one a file or one a line; - is standard "
              "input")
           ->type_name("REPORT...");
-  for (CLI::Option* mode : {requests, display, jobs, calls_only, values, propose}) {
+  for (CLI::Option* mode : {requests, tools, display, jobs, calls_only, values, propose}) {
     merge->excludes(mode);
   }
   for (std::size_t i = 1; i < modes.size(); ++i) {  // all but the report
@@ -132,9 +144,11 @@ std::string nearest_option(const CLI::App& app, int argc, char** argv) {
   }
   for (int i = 1; i < argc; ++i) {
     std::string_view word = argv[i];
-    if (!word.starts_with("--")) continue;
-    word = word.substr(2, word.find('=') == word.npos ? word.npos : word.find('=') - 2);
-    if (std::find(names.begin(), names.end(), word) != names.end()) continue;
+    if (!word.starts_with('-')) continue;
+    word = word.substr(0, word.find('='));
+    word.remove_prefix(std::min(word.find_first_not_of('-'), word.size()));
+    const bool is_option = std::find(names.begin(), names.end(), word) != names.end();
+    if (is_option && std::string_view(argv[i]).starts_with("--")) continue;
     if (const auto near = tool_binding::nearest_name(word, names)) {
       return "Did you mean --" + std::string(*near) + "?\n";
     }
@@ -147,6 +161,7 @@ std::string nearest_option(const CLI::App& app, int argc, char** argv) {
 int main(int argc, char** argv) {
   CLI::App app(purpose, "tool_admit");
   app.footer(footer);
+  app.formatter(std::make_shared<HelpFormatter>());
   Options options;
   add_options(app, options);
   try {

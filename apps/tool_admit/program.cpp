@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -77,14 +80,8 @@ std::size_t count_of_tools(const Value& published) {
   return tools != nullptr && tools->is_list() ? tools->get_list().size() : 0;
 }
 
-Value published_tools(const Options& options) {
-  return options.tools ? parse_file(*options.tools) : publish_tools(builtin_tools());
-}
-
-ToolTable load_tools(const Options& options) {
-  if (!options.tools) return builtin_tools();
+ToolTable load_tools(const Options& options, const Value& published) {
   const std::string& path = *options.tools;
-  const Value published = parse_file(path);
   ToolsReading reading = read_tools(published);
   const std::size_t left_out = count_of_tools(published) - reading.tools.size();
   const bool serves_the_rest = options.skip_unsupported && !reading.tools.empty();
@@ -106,12 +103,13 @@ ToolTable load_tools(const Options& options) {
 
 // Requests and answers.
 
-// How much of a long file has been read, on a terminal that shows nothing else.
+// How much of a long file has been read, on a terminal that shows nothing else meanwhile. Any
+// thread may show it.
 class Progress {
  public:
-  explicit Progress(const BlockReader& reader) : reader_(reader) {
+  Progress(const BlockReader& reader, bool is_alone) : reader_(reader) {
     constexpr std::uintmax_t long_file = 1 << 20;
-    is_shown_ = reader.size() > long_file && isatty(STDERR_FILENO) && !isatty(STDOUT_FILENO);
+    is_shown_ = reader.size() > long_file && isatty(STDERR_FILENO) && is_alone;
   }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -121,19 +119,21 @@ class Progress {
 
   void show() {
     if (!is_shown_) return;
+    const std::lock_guard lock(mutex_);
     const std::uintmax_t percent = reader_.position() * 100 / reader_.size();
     if (percent != std::exchange(percent_, percent)) std::cerr << '\r' << percent << " %";
   }
 
  private:
   const BlockReader& reader_;
+  std::mutex mutex_;
   std::uintmax_t percent_ = 0;
   bool is_shown_;
 };
 
 ExitStatus serve(const Options& options) {
   BlockReader reader(options.requests);
-  Progress progress(reader);
+  Progress progress(reader, isatty(STDOUT_FILENO) == 0);
   std::atomic<bool> are_admitted = true;
   const auto make_work = [&]() -> BlockWork {
     return [&, answerer = std::make_shared<Answerer>(options.calls_only, options.display)](
@@ -156,28 +156,31 @@ ExitStatus serve(const Options& options) {
 // By TOOLS, each thread into a report of its own.
 Report counted_requests(const Options& options) {
   BlockReader reader(options.requests);
-  Progress progress(reader);
+  Progress progress(reader, true);
   std::vector<std::shared_ptr<Counter>> counters;
   const auto make_work = [&]() -> BlockWork {
     counters.push_back(std::make_shared<Counter>(options.calls_only, options.values));
-    return [counter = counters.back()](std::string_view block, std::string&) {
+    return [&progress, counter = counters.back()](std::string_view block, std::string&) {
       for_each_line(block, [&](std::string_view line) { counter->count(line); });
+      progress.show();
     };
   };
-  work_on_blocks(reader, options.jobs, make_work, [&](std::string_view) { progress.show(); });
+  work_on_blocks(reader, options.jobs, make_work, nullptr);
   Report report;
   for (const auto& counter : counters) report.add(counter->report());
   return report;
 }
 
 // Counts the log once more, by the tools with the proposals, which TOOLS then are.
-std::optional<Measured> write_proposals(const Options& options, const Report& report) {
-  const Value changed = with_proposals(published_tools(options), proposals(report));
+std::optional<Measured> write_proposals(const Options& options, Value published,
+                                        const Report& report) {
+  const Value changed = with_proposals(std::move(published), proposals(report));
   std::ofstream file(*options.propose, std::ios::binary);
   file << json_text(changed) << '\n';
   if (!file.flush()) throw std::runtime_error("cannot write " + *options.propose);
-  if (!options.requests) {
-    std::cerr << "tool_admit: what the proposals admit is measured only on a file\n";
+  if (!options.requests || !std::filesystem::is_regular_file(*options.requests)) {
+    std::cerr << "tool_admit: what the proposals admit is measured only on a file of requests, "
+                 "which can be read again\n";
     return std::nullopt;
   }
   set_tools(ToolTable(read_tools(changed).tools));
@@ -194,17 +197,27 @@ std::string written(const Report& report, const std::optional<Measured>& measure
   return json_text(report_object(report, measured)) + '\n';
 }
 
-ExitStatus report_requests(const Options& options) {
+ExitStatus report_requests(const Options& options, Value published) {
+  std::error_code none;
+  if (options.propose && options.requests &&
+      std::filesystem::equivalent(*options.propose, *options.requests, none)) {
+    throw std::runtime_error("--propose would overwrite the requests, " + *options.requests);
+  }
   const Report report = counted_requests(options);
   std::optional<Measured> measured;
-  if (options.propose) measured = write_proposals(options, report);
+  if (options.propose) measured = write_proposals(options, std::move(published), report);
   write_out(written(report, measured, *options.report));
   return succeeded;
 }
 
 // A report in a file of its own, or one on each line, as mappers write them; "-": standard input.
 void add_reports(const std::string& path, Report& whole) {
-  const std::string content = content_of(path == "-" ? std::nullopt : std::optional(path));
+  const bool is_stream = path == "-";  // a reducer's may be empty; a file is what a mapper left
+  const std::string content = content_of(is_stream ? std::nullopt : std::optional(path));
+  if (content.find_first_not_of(" \t\r\n") == content.npos) {
+    if (is_stream) return;
+    throw RequestError("no report: it is empty");
+  }
   // A report that is laid out over several lines has none of its members on the first.
   const bool is_laid_out = content.find_first_not_of(" \t\r\n{") > content.find('\n');
   if (is_laid_out) return whole.add(read_report(parse_content(path, content)));
@@ -234,9 +247,12 @@ ExitStatus answer_typed_call(const Options& options) {
 ExitStatus run_mode(const Options& options) {
   if (options.check) return check_tools(*options.tools);
   if (!options.merge.empty()) return merge_reports(options);
-  set_tools(load_tools(options));
+  const Value published = options.tools ? parse_file(*options.tools) : Value();
+  set_tools(options.tools ? load_tools(options, published) : builtin_tools());
   if (!options.call.empty()) return answer_typed_call(options);
-  if (options.report) return report_requests(options);
+  if (options.report) {
+    return report_requests(options, options.tools ? published : publish_tools(TOOLS));
+  }
   if (options.schema) {
     write_out((options.wire ? json_text(wire_tools(TOOLS)) : json_text(publish_tools(TOOLS))) +
               '\n');

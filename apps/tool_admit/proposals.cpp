@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <tuple>
 #include <utility>
 
+#include "counting.hpp"
+#include "printable.hpp"
 #include "report.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
@@ -9,8 +13,10 @@ namespace tool_binding::tool_admit {
 namespace {
 
 bool can_be_declared(const ToolCounts& tool, std::string_view name) {
-  const ToolDefinition with_name{.name = "t", .params = {{.name = std::string(name)}}};
-  if (!check_tool(with_name).errors.empty()) return false;
+  if (std::find(reserved_names.begin(), reserved_names.end(), name) != reserved_names.end() ||
+      is_blank(name)) {
+    return false;
+  }
   return std::none_of(tool.params.begin(), tool.params.end(), [name](const auto& param) {
     const auto& synonyms = param.second.synonyms;
     return param.first == name ||
@@ -48,19 +54,11 @@ void propose_synonyms(const std::string& name, const ToolCounts& tool,
     if (meaning == nullptr || !can_be_declared(tool, sent)) continue;
     const Candidate& candidate = unknown.candidates.at(*meaning);
     proposals.push_back({name, *meaning, "x-synonyms", sent, unknown.count,
-                         times(unknown.count, "request", "requests") + " sent '" + sent + "', " +
-                             std::to_string(candidate.missing) + " of them without '" + *meaning +
-                             "', which would have taken " + std::to_string(candidate.fits) +
-                             " of the values"});
+                         times(unknown.count, "request", "requests") + " sent '" + printable(sent) +
+                             "', " + std::to_string(candidate.missing) + " of them without '" +
+                             printable(*meaning) + "', which would have taken " +
+                             std::to_string(candidate.fits) + " of the values"});
   }
-}
-
-Value bound(double value) {
-  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
-  if (std::trunc(value) == value && std::abs(value) <= exact) {
-    return static_cast<std::int64_t>(value);
-  }
-  return value;
 }
 
 void propose_bounds(const std::string& name, const std::string& param, const ParamCounts& counts,
@@ -68,8 +66,8 @@ void propose_bounds(const std::string& name, const std::string& param, const Par
   if (!counts.beyond) return;
   const auto propose = [&](std::string_view keyword, Count count, double value,
                            std::string_view side) {
-    if (count == 0 || !std::isfinite(value)) return;
-    Value widened = bound(value);
+    if (count == 0 || std::abs(value) == std::numeric_limits<double>::max()) return;
+    Value widened = whole_or_float(value);
     std::string evidence = times(count, "value was ", "values were ") + std::string(side) +
                            " the " + std::string(keyword) + ", as far as " + display_form(widened);
     proposals.push_back(
@@ -81,10 +79,10 @@ void propose_bounds(const std::string& name, const std::string& param, const Par
 
 void propose_blank(const std::string& name, const std::string& param, const ParamCounts& counts,
                    std::vector<Proposal>& proposals) {
-  if (counts.blank_only == 0) return;
-  proposals.push_back({name, param, "x-blank-is-value", true, counts.blank_only,
-                       times(counts.blank_only, "request was", "requests were") +
-                           " refused only for a blank '" + param + "'"});
+  if (counts.blank_would_do == 0) return;
+  proposals.push_back({name, param, "x-blank-is-value", true, counts.blank_would_do,
+                       times(counts.blank_would_do, "request was", "requests were") +
+                           " refused only for a blank '" + printable(param) + "'"});
 }
 
 // Applying them.
@@ -114,9 +112,23 @@ Mapping* property_of(List& tools, const Proposal& proposal) {
   return nullptr;
 }
 
+// Where the keyword is already, which may be an alternative of a union with null.
+Mapping& holder_of(std::string_view keyword, Mapping& property) {
+  if (property.contains(keyword)) return property;
+  for (const std::string_view of : {"anyOf", "oneOf"}) {
+    Value* alternatives = property.find(of);
+    if (alternatives == nullptr || !alternatives->is_list()) continue;
+    for (Value& alternative : alternatives->get_list()) {
+      Mapping* schema = alternative.if_mapping();
+      if (schema != nullptr && schema->contains(keyword)) return *schema;
+    }
+  }
+  return property;
+}
+
 void apply(Mapping& property, const Proposal& proposal) {
   if (proposal.keyword != "x-synonyms") {
-    property.set(proposal.keyword, proposal.value);
+    holder_of(proposal.keyword, property).set(proposal.keyword, proposal.value);
     return;
   }
   Value* synonyms = property.find("x-synonyms");
@@ -137,9 +149,11 @@ std::vector<Proposal> proposals(const Report& report) {
       propose_blank(name, param, counts, proposals);
     }
   }
-  std::stable_sort(
-      proposals.begin(), proposals.end(),
-      [](const Proposal& left, const Proposal& right) { return left.count > right.count; });
+  std::stable_sort(proposals.begin(), proposals.end(),
+                   [](const Proposal& left, const Proposal& right) {
+                     return std::tie(right.count, left.tool, left.parameter) <
+                            std::tie(left.count, right.tool, right.parameter);
+                   });
   return proposals;
 }
 

@@ -1,6 +1,8 @@
 #include "report.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace tool_binding::tool_admit {
 namespace {
@@ -33,7 +35,17 @@ void UnknownName::add(const UnknownName& other) {
   }
 }
 
+Value whole_or_float(double number) {
+  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
+  if (std::trunc(number) == number && std::abs(number) <= exact) {
+    return static_cast<std::int64_t>(number);
+  }
+  return number;
+}
+
 void ParamCounts::include(double value) {
+  constexpr double most = std::numeric_limits<double>::max();
+  value = std::clamp(value, -most, most);
   if (!beyond) beyond = {value, value};
   beyond->low = std::min(beyond->low, value);
   beyond->high = std::max(beyond->high, value);
@@ -42,6 +54,7 @@ void ParamCounts::include(double value) {
 void ParamCounts::add(const ParamCounts& other) {
   sent += other.sent;
   blank_only += other.blank_only;
+  blank_would_do += other.blank_would_do;
   below += other.below;
   above += other.above;
   not_in_enumeration += other.not_in_enumeration;
@@ -57,6 +70,15 @@ ParamCounts& ToolCounts::param(std::string_view name) {
   const auto found = std::find_if(params.begin(), params.end(),
                                   [name](const auto& param) { return param.first == name; });
   return found != params.end() ? found->second : params.emplace_back(name, ParamCounts()).second;
+}
+
+std::vector<std::string_view> ToolCounts::unused() const {
+  std::vector<std::string_view> names;
+  for (const auto& [name, counts] : params) {
+    if (counts.sent == 0) names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 void ToolCounts::add(const ToolCounts& other) {

@@ -144,6 +144,9 @@ struct UnknownName {
   void add(const UnknownName& other);
 };
 
+// An integer for a whole number, as far as floats are exact; otherwise the float.
+[[nodiscard]] Value whole_or_float(double number);
+
 struct Range {
   double low;
   double high;
@@ -151,15 +154,17 @@ struct Range {
 
 struct ParamCounts {
   Count sent = 0;
-  Count blank_only = 0;  // requests that nothing but this parameter's blank kept out
-  Count below = 0;       // brought to the minimum
-  Count above = 0;       // brought to the maximum
+  Count blank_only = 0;      // requests that nothing but blanks, this parameter's too, kept out
+  Count blank_would_do = 0;  // of those, where the blanks would have been taken as values
+  Count below = 0;           // brought to the minimum
+  Count above = 0;           // brought to the maximum
   Count not_in_enumeration = 0;
   // Where values are reported: those beyond the bounds, and those not in the enumeration.
   std::optional<Range> beyond = {};
   Kept<CountOnly> values = {};
   std::vector<std::string> synonyms = {};  // as declared
 
+  // What no float can hold counts as the greatest, or the least, of them.
   void include(double value);
   void add(const ParamCounts& other);
 };
@@ -171,6 +176,8 @@ struct ToolCounts : Outcomes {
   std::vector<std::pair<std::string, ParamCounts>> params = {};  // as declared
 
   [[nodiscard]] ParamCounts& param(std::string_view name);
+  // The parameters that were never sent, by name.
+  [[nodiscard]] std::vector<std::string_view> unused() const;
   void add(const ToolCounts& other);
 };
 
@@ -191,13 +198,13 @@ struct Report : Outcomes {
 struct Proposal {
   std::string tool;
   std::string parameter;
-  std::string keyword;  // of the parameter's property
-  Value value;          // a further synonym, a bound, true
-  Count count;          // of the requests that speak for it
-  std::string evidence;
+  std::string keyword;   // of the parameter's property
+  Value value;           // a further synonym, a bound, true
+  Count count;           // of the requests that speak for it
+  std::string evidence;  // printable, whatever the log holds
 };
 
-// By count, then in the tools' order. None gives a name to two parameters of a tool.
+// By count, then by tool and parameter. None gives a name to two parameters of a tool.
 [[nodiscard]] std::vector<Proposal> proposals(const Report& report);
 
 // Published tools with the proposals; whatever else is in them stays.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "printable.hpp"
 #include "report.hpp"
 #include "tool_binding/json.hpp"
 
@@ -182,12 +183,13 @@ void add_outcomes(std::string& out, const Report& report) {
   }
 }
 
+// With a heading of `level`.
 template <std::size_t size>
-void add_kinds(std::string& out, std::string_view title,
+void add_kinds(std::string& out, char level, std::string_view title,
                const std::array<std::string_view, size>& names,
                const std::array<Count, size>& counts) {
   if (std::all_of(counts.begin(), counts.end(), [](Count count) { return count == 0; })) return;
-  out += "<h2>" + std::string(title) + "</h2>\n";
+  out += std::string("<h") + level + '>' + std::string(title) + "</h" + level + ">\n";
   Table table(out, {"kind", "#requests"});
   for (std::size_t i = 0; i < size; ++i) {
     if (counts[i] > 0) table.row(words(names[i]), counts[i]);
@@ -204,7 +206,7 @@ void add_refusals(std::string& out, const Report& report) {
   counts[problem_names.size()] = report.unknown_tool;
   names.back() = "no_request";
   counts.back() = report.request_errors;
-  add_kinds(out, "Refusals by kind", names, counts);
+  add_kinds(out, '2', "Refusals by kind", names, counts);
 }
 
 std::string near_text(const std::optional<std::string>& nearest) {
@@ -245,22 +247,33 @@ void add_params(std::string& out, const ToolCounts& tool) {
   for (const auto& [name, counts] : tool.params) {
     std::string values = refused_values(counts);
     if (counts.beyond) {
-      values += " beyond bounds: " + escaped(display_form(counts.beyond->low)) + " to " +
-                escaped(display_form(counts.beyond->high));
+      values += " beyond bounds: " + display_form(whole_or_float(counts.beyond->low)) + " to " +
+                display_form(whole_or_float(counts.beyond->high));
     }
     table.row(name_of(name), counts.sent, counts.below, counts.above, counts.not_in_enumeration,
               counts.blank_only, values);
   }
 }
 
+void add_unused(std::string& out, const ToolCounts& tool) {
+  std::string names;
+  for (const std::string_view name : tool.unused()) {
+    names += (names.empty() ? "" : ", ") + name_of(name);
+  }
+  if (!names.empty()) out += "<p>Never sent: " + names + "</p>\n";
+}
+
 void add_tools(std::string& out, const Report& report) {
   out += "<h2>Tool by tool</h2>\n";
   std::string never;
   for (const auto& [name, tool] : called(report)) {
-    out += "<details><summary>" + name_of(name) + "</summary>\n";
+    out += "<details open><summary>" + name_of(name) + "</summary>\n";
+    add_kinds(out, '3', "Refusals by kind", problem_names, tool->problems);
+    add_kinds(out, '3', "Changes by kind", change_names, tool->changes);
     add_unknown_names(out, *tool);
     out += "<h3>Parameters</h3>\n";
     add_params(out, *tool);
+    add_unused(out, *tool);
     out += "</details>\n";
   }
   for (const auto& [name, tool] : report.tools) {
@@ -284,7 +297,7 @@ void add_unknown_tools(std::string& out, const Report& report) {
 std::string patch_of(const Proposal& proposal) {
   Value value = proposal.value;
   if (proposal.keyword == "x-synonyms") value = List{std::move(value)};
-  return json_text(Mapping{{proposal.keyword, std::move(value)}});
+  return printable(json_text(Mapping{{proposal.keyword, std::move(value)}}));
 }
 
 void add_proposals(std::string& out, const Report& report) {
@@ -294,7 +307,7 @@ void add_proposals(std::string& out, const Report& report) {
   for (const Proposal& proposal : all) {
     out += "<li><label><input type=\"checkbox\"><span>" + name_of(proposal.tool) + ", " +
            name_of(proposal.parameter) + ": " + escaped(proposal.keyword) + " <code>" +
-           escaped(json_text(proposal.value)) + "</code><br><span class=\"soft\">" +
+           escaped(printable(json_text(proposal.value))) + "</code><br><span class=\"soft\">" +
            escaped(proposal.evidence) + "</span></span></label><pre>" +
            escaped(patch_of(proposal)) + "</pre></li>\n";
   }
@@ -306,11 +319,11 @@ void add_proposals(std::string& out, const Report& report) {
 std::string report_html(const Report& report, const std::optional<Measured>& measured) {
   std::string out(head);
   add_summary(out, report, measured);
-  add_proposals(out, report);
-  add_outcomes(out, report);
   add_refusals(out, report);
-  add_kinds(out, "Changes by kind", change_names, report.changes());
+  add_kinds(out, '2', "Changes by kind", change_names, report.changes());
+  add_outcomes(out, report);
   add_unknown_tools(out, report);
+  add_proposals(out, report);
   add_tools(out, report);
   out += "</body>\n</html>\n";
   return out;

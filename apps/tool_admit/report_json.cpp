@@ -1,4 +1,3 @@
-#include <cmath>
 #include <optional>
 #include <string>
 #include <utility>
@@ -11,14 +10,6 @@ namespace {
 
 // A count is an integer of JSON; what a log can hold fits.
 Value number(Count count) { return static_cast<std::int64_t>(count); }
-
-Value number(double value) {
-  constexpr double exact = 9007199254740992.0;  // 2 to the 53rd
-  if (std::trunc(value) == value && std::abs(value) <= exact) {
-    return static_cast<std::int64_t>(value);
-  }
-  return value;
-}
 
 Value text_or_none(const std::optional<std::string>& text) { return text ? Value(*text) : Value(); }
 
@@ -45,6 +36,7 @@ constexpr CountMember<Report> report_members[] = {
 constexpr CountMember<ParamCounts> param_members[] = {
     {"sent", &ParamCounts::sent},
     {"blank_only", &ParamCounts::blank_only},
+    {"blank_would_do", &ParamCounts::blank_would_do},
     {"below_minimum", &ParamCounts::below},
     {"above_maximum", &ParamCounts::above},
     {"not_in_enumeration", &ParamCounts::not_in_enumeration},
@@ -95,7 +87,8 @@ Mapping param_object(const ParamCounts& counts) {
   Mapping object;
   write_counts(object, param_members, counts);
   if (counts.beyond) {
-    object.set("beyond_bounds", List{number(counts.beyond->low), number(counts.beyond->high)});
+    object.set("beyond_bounds",
+               List{whole_or_float(counts.beyond->low), whole_or_float(counts.beyond->high)});
   }
   if (!counts.values.entries().empty() || counts.values.others() > 0) {
     object.set("refused_values", sorted_list(counts.values, refused_value));
@@ -112,13 +105,10 @@ Mapping tool_object(const ToolCounts& tool) {
   object.set("problems", by_name(problem_names, tool.problems));
   object.set("unknown_names", sorted_list(tool.unknown_names, unknown_name));
   object.set("unknown_names_beyond_cap", number(tool.unknown_names.others()));
-  List unused;
   Mapping params;
-  for (const auto& [name, counts] : tool.params) {
-    if (counts.sent == 0) unused.push_back(name);
-    params.set(name, param_object(counts));
-  }
-  object.set("unused", std::move(unused));
+  for (const auto& [name, counts] : tool.params) params.set(name, param_object(counts));
+  const std::vector<std::string_view> unused = tool.unused();
+  object.set("unused", List(unused.begin(), unused.end()));
   object.set("parameters", std::move(params));
   return object;
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 
+#include "printable.hpp"
 #include "report.hpp"
 #include "tool_binding/json.hpp"
 
@@ -63,10 +64,10 @@ void add_unknown_names(std::string& out, const ToolCounts& tool) {
 
 void add_param(std::string& out, const std::string& name, const ParamCounts& counts) {
   const std::string param = shown(name);
-  std::string range;
+  std::string range = " (--values shows how far)";
   if (counts.beyond) {
-    range = " (from " + display_form(counts.beyond->low) + " to " +
-            display_form(counts.beyond->high) + " were sent)";
+    range = " (from " + display_form(whole_or_float(counts.beyond->low)) + " to " +
+            display_form(whole_or_float(counts.beyond->high)) + " were sent)";
   }
   if (counts.below > 0) add_count(out, counts.below, param + " below the minimum" + range);
   if (counts.above > 0) add_count(out, counts.above, param + " above the maximum" + range);
@@ -84,8 +85,8 @@ void add_param(std::string& out, const std::string& name, const ParamCounts& cou
 
 void add_unused(std::string& out, const ToolCounts& tool) {
   std::string names;
-  for (const auto& [name, counts] : tool.params) {
-    if (counts.sent == 0) names += (names.empty() ? "" : ", ") + shown(name);
+  for (const std::string_view name : tool.unused()) {
+    names += (names.empty() ? "" : ", ") + shown(name);
   }
   if (!names.empty()) out += "    never sent: " + names + '\n';
 }
@@ -125,8 +126,8 @@ void add_proposals(std::string& out, const Report& report,
   if (!all.empty()) out += "\nproposals\n";
   for (const Proposal& proposal : all) {
     out += "  " + shown(proposal.tool) + ", " + shown(proposal.parameter) + ": " +
-           proposal.keyword + ' ' + json_text(proposal.value) + "\n      " + proposal.evidence +
-           '\n';
+           proposal.keyword + ' ' + printable(json_text(proposal.value)) + "\n      " +
+           proposal.evidence + '\n';
   }
   if (measured) {
     out += "\nrefused " + std::to_string(measured->refused) + " of " +

@@ -1,6 +1,7 @@
 #include "requests.hpp"
 
 #include <array>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::string_view request_form = R"({"tool": NAME, "arguments": {...}})";
 
+constexpr std::array<std::string_view, 2> argument_members = {"arguments", "input"};
 // Members that are not read, but may hold what was meant as the arguments.
 constexpr std::array<std::string_view, 3> doubtful_members = {"params", "parameters", "args"};
 
@@ -27,57 +29,85 @@ Value* given(Mapping& members, std::string_view name) {
   return value != nullptr && !value->is_none() ? value : nullptr;
 }
 
-std::string tool_of(Mapping& members, std::optional<std::string_view> only = {}) {
-  for (const std::string_view member : {std::string_view("tool"), std::string_view("name")}) {
-    if (only && *only != member) continue;
-    const Value* tool = given(members, member);
-    if (tool == nullptr) continue;
-    if (const auto name = tool->if_text()) return std::string(*name);
-    throw RequestError(wrong_kind(quoted(member), *tool, "the tool's name as text"));
+std::string name_in(Mapping& members, std::string_view member) {
+  const Value* tool = given(members, member);
+  if (tool == nullptr) return "";
+  if (const auto name = tool->if_text()) return std::string(*name);
+  throw RequestError(wrong_kind(quoted(member), *tool, "the tool's name as text"));
+}
+
+std::string tool_of(Mapping& members) {
+  for (const std::string_view member : {"tool", "name"}) {
+    if (given(members, member) != nullptr) return name_in(members, member);
   }
   throw RequestError("the request names no tool: send " + std::string(request_form));
 }
 
-Mapping object_of(std::string_view member, Value& arguments) {
+// Of an object that a message holds the call in.
+std::string tool_of(std::string_view holder, Mapping& members) {
+  if (given(members, "name") != nullptr) return name_in(members, "name");
+  throw RequestError(quoted(holder) + " names no tool: send its \"name\"");
+}
+
+// JSON that is logged as text; of blank text there is nothing.
+Value parsed(std::string_view member, const std::string& text) {
+  if (text.find_first_not_of(" \t\r\n") == text.npos) return {};
+  try {
+    return parse_json(text);
+  } catch (const JsonError& error) {
+    throw RequestError(quoted(member) + " holds " + error.what());
+  }
+}
+
+enum class Form { object_only, object_or_text };
+
+Mapping object_of(std::string_view member, Value& arguments, Form form) {
+  if (form == Form::object_or_text && arguments.is_text()) {
+    arguments = parsed(member, std::string(arguments.get_text()));
+    if (arguments.is_none()) return {};
+  }
   if (Mapping* object = arguments.if_mapping()) return std::move(*object);
   throw RequestError(wrong_kind(quoted(member), arguments, "an object, {PARAMETER: VALUE, ...}"));
 }
 
-Mapping arguments_of(Mapping& members) {
-  for (const std::string_view member : {"arguments", "input"}) {
-    if (Value* arguments = given(members, member)) return object_of(member, *arguments);
-  }
-  for (const std::string_view member : doubtful_members) {
-    if (given(members, member) == nullptr) continue;
-    throw RequestError(quoted(member) + " is not read: send the arguments as \"arguments\"");
+// The first of `names` that is given; empty for none.
+std::string_view first_given(Mapping& members, std::span<const std::string_view> names) {
+  for (const std::string_view name : names) {
+    if (given(members, name) != nullptr) return name;
   }
   return {};
 }
 
-// A call's arguments as they are, or as JSON text; of no text there are none.
-void read_function(Mapping& function, Call& call) {
-  call.tool = tool_of(function, "name");
-  Value* arguments = given(function, "arguments");
-  const auto text = arguments != nullptr ? arguments->if_text() : std::nullopt;
-  if (!text) {
-    call.arguments = arguments_of(function);
-  } else if (text->find_first_not_of(" \t\r\n") != text->npos) {
-    try {
-      *arguments = parse_json(std::string(*text));
-    } catch (const JsonError& error) {
-      throw RequestError("\"arguments\" holds " + std::string(error.what()));
-    }
-    call.arguments = object_of("arguments", *arguments);
+Mapping arguments_of(Mapping& members, Form form) {
+  const std::string_view member = first_given(members, argument_members);
+  if (!member.empty()) return object_of(member, members.at(member), form);
+  const std::string_view doubtful = first_given(members, doubtful_members);
+  if (doubtful.empty()) return {};
+  throw RequestError(quoted(doubtful) + " is not read: send the arguments as \"arguments\"");
+}
+
+// Of an object that a message holds the call in: what stands beside it was meant too.
+Mapping arguments_of(std::string_view holder, Mapping& inside, Mapping& message, Form form) {
+  if (!first_given(inside, argument_members).empty()) return arguments_of(inside, form);
+  for (const std::string_view beside : {"arguments", "input", "params", "parameters", "args"}) {
+    if (beside == holder || given(message, beside) == nullptr) continue;
+    throw RequestError(quoted(beside) + " is not read: send the arguments as \"arguments\" of " +
+                       quoted(holder));
   }
+  return arguments_of(inside, form);
 }
 
 void read_members(Mapping& members, Call& call) {
-  if (Mapping* function =
-          members.contains("function") ? members.at("function").if_mapping() : nullptr) {
-    return read_function(*function, call);
+  Value* held = given(members, "function");
+  if (Mapping* function = held != nullptr ? held->if_mapping() : nullptr) {
+    call.tool = tool_of("function", *function);
+    call.arguments = arguments_of("function", *function, members, Form::object_or_text);
+  } else {
+    const bool is_logged_by_name = given(members, "tool") == nullptr;
+    call.tool = tool_of(members);
+    call.arguments =
+        arguments_of(members, is_logged_by_name ? Form::object_or_text : Form::object_only);
   }
-  call.tool = tool_of(members);
-  call.arguments = arguments_of(members);
 }
 
 void read_protocol(Mapping& members, Call& call) {
@@ -85,8 +115,8 @@ void read_protocol(Mapping& members, Call& call) {
   if (params == nullptr) throw RequestError("\"tools/call\" lacks \"params\"");
   Mapping* object = params->if_mapping();
   if (object == nullptr) throw RequestError(wrong_kind("\"params\"", *params, "an object"));
-  call.tool = tool_of(*object, "name");
-  call.arguments = arguments_of(*object);
+  call.tool = tool_of("params", *object);
+  call.arguments = arguments_of("params", *object, members, Form::object_only);
 }
 
 template <class Read>
@@ -129,11 +159,12 @@ void add_listed(List& items, bool are_all_calls, std::vector<Call>& calls) {
   }
 }
 
+// The name in a message is its author's, or that of the tool whose answer it is.
 bool shows_a_call(Mapping& members) {
-  for (const std::string_view member : {"tool", "name", "function"}) {
-    if (given(members, member) != nullptr) return true;
-  }
-  return false;
+  if (given(members, "tool") != nullptr || given(members, "function") != nullptr) return true;
+  if (given(members, "name") == nullptr) return false;
+  return !first_given(members, argument_members).empty() ||
+         (given(members, "role") == nullptr && given(members, "tool_calls") == nullptr);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 
 // What a line of a log asks for: the calls of tools that it holds, in whatever form it was logged.
 //
-//   {"tool": NAME, "arguments": {...}}                     "name" for "tool", "input" for
-//   "arguments"
+//   {"tool": NAME, "arguments": {...}}                     "input" for "arguments" is read too
+//   {"name": NAME, "arguments": {...}}                     or the arguments as JSON text
 //   {"function": {"name": NAME, "arguments": {...}}}       or the arguments as JSON text
 //   {"jsonrpc": "2.0", "method": "tools/call", "params": {"name": NAME, "arguments": {...}}}
 //   {"tool_calls": [CALL, ...]}

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <set>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
+#include "counting.hpp"
+#include "printable.hpp"
 #include "tool_binding/json.hpp"
 #include "tool_binding/tool_binding.hpp"
 
@@ -34,26 +36,11 @@ class Style {
   bool colored_;
 };
 
-// Nothing that a request holds may steer the terminal.
-std::string printable(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7F) {
-      out += c;
-    } else {
-      const std::string shown = json_text(std::string_view(&c, 1));
-      out += std::string_view(shown).substr(1, shown.size() - 2);
-    }
-  }
-  return out;
-}
-
 std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
   std::string out;
   for (const std::string& text : texts) {
     if (!out.empty()) out += separator;
-    out += text;
+    out += printable(text);
   }
   return out;
 }
@@ -66,7 +53,6 @@ Value json_word(const std::string& word, std::string_view text) {
   }
 }
 
-// A repeated name keeps the value that came last, as it does in JSON.
 void read_word(const std::string& word, Mapping& arguments) {
   const std::size_t equals = word.find('=');
   if (equals == word.npos || equals == 0) {
@@ -75,40 +61,63 @@ void read_word(const std::string& word, Mapping& arguments) {
   }
   const std::string_view name = std::string_view(word).substr(0, equals);
   const std::string_view text = std::string_view(word).substr(equals + 1);
-  if (name.size() > 1 && name.ends_with(':')) {
-    arguments.set(name.substr(0, name.size() - 1), json_word(word, text));
-  } else {
-    arguments.set(name, text);
+  const bool is_json = name.size() > 1 && name.ends_with(':');
+  const std::string_view parameter = is_json ? name.substr(0, name.size() - 1) : name;
+  if (arguments.contains(parameter)) {
+    throw std::runtime_error("'" + printable(parameter) +
+                             "' is given twice; a list is NAME=A,B or NAME:=[\"A\", \"B\"]");
   }
+  arguments.set(parameter, is_json ? json_word(word, text) : Value(text));
 }
 
 void add_values(std::string& page, const Mapping& values) {
   std::size_t width = 0;
-  for (const auto& entry : values) width = std::max(width, entry.name().size());
+  for (const auto& entry : values) width = std::max(width, printable(entry.name()).size());
   for (const auto& entry : values) {
     const std::string name = printable(entry.name());
-    page += "  " + name + std::string(width > name.size() ? width - name.size() : 0, ' ') + "  " +
+    page += "  " + name + std::string(width - name.size(), ' ') + "  " +
             printable(display_form(entry.value)) + '\n';
   }
   if (values.empty()) page += "  nothing\n";
 }
 
+std::string_view declared_name(const ToolSpec& spec, std::string_view name) {
+  const ParamSpec* param = name == ACTION_PARAM ? nullptr : spec.param(name);
+  return param != nullptr ? std::string_view(param->name) : name;
+}
+
+bool says_something(const ToolSpec& spec, std::string_view name, const Value& value) {
+  const ParamSpec* param = name == ACTION_PARAM ? nullptr : spec.param(name);
+  const bool keeps_blank = param != nullptr && param->blank_is_value;
+  return !value.is_none() && (keeps_blank || !value.is_text() || !is_blank(value));
+}
+
+// The names that were sent by the declared ones that they stand for: of several for one parameter
+// its own name, else the first.
+std::map<std::string_view, std::string_view> sources(const ToolSpec& spec, const Mapping& sent) {
+  std::map<std::string_view, std::string_view> sources;
+  for (const auto& entry : sent) {
+    if (!says_something(spec, entry.name(), entry.value)) continue;
+    const std::string_view name = declared_name(spec, entry.name());
+    if (name == entry.name()) sources[name] = name;
+    sources.emplace(name, entry.name());
+  }
+  return sources;
+}
+
 // What was sent, and what it was read as, where that differs.
 void add_readings(std::string& page, const Style& style, const ToolSpec& spec, const Mapping& sent,
                   const Mapping& admitted) {
-  std::set<std::string_view> read;  // by a synonym
+  const auto read = sources(spec, sent);
   for (const auto& entry : sent) {
-    const ParamSpec* param = spec.param(entry.name());
-    const std::string_view name =
-        entry.name() == ACTION_PARAM || param == nullptr ? entry.name() : param->name;
+    const std::string_view name = declared_name(spec, entry.name());
+    const auto source = read.find(name);
     const Value* value = admitted.find(name);
-    const bool is_left_out =
-        name != entry.name() && (sent.contains(name) || !read.insert(name).second);
     page += "  " + printable(entry.name()) + ' ' + printable(display_form(entry.value));
-    if (value == nullptr || is_left_out) {
+    if (value == nullptr || source == read.end() || source->second != entry.name()) {
       page += style.soft("  left out");
     } else if (name != entry.name() || *value != entry.value) {
-      page += style.soft("  read as  ") + std::string(name) + ' ' + printable(display_form(*value));
+      page += style.soft("  read as  ") + printable(name) + ' ' + printable(display_form(*value));
     }
     page += '\n';
   }
@@ -135,7 +144,7 @@ std::string need_text(const ParamSpec& param) {
 }
 
 void add_param(std::string& page, const Style& style, const ParamSpec& param) {
-  page += "    " + style.good(param.name) + "  " + type_text(param);
+  page += "    " + style.good(printable(param.name)) + "  " + type_text(param);
   if (const std::string need = need_text(param); !need.empty()) page += "; " + need;
   if (!param.synonyms.empty()) page += style.soft("; also " + joined(param.synonyms, ", "));
   page += '\n';
@@ -147,10 +156,10 @@ void add_actions(std::string& page, const Style& style, const ToolSpec& spec) {
   page += "    " + style.good(ACTION_PARAM) + "  ";
   std::string_view separator = "";
   for (const ActionSpec& action : spec.actions()) {
-    page += std::string(std::exchange(separator, ", ")) + action.name;
+    page += std::string(std::exchange(separator, ", ")) + printable(action.name);
     if (!action.synonyms.empty()) page += style.soft(" (" + joined(action.synonyms, ", ") + ')');
   }
-  if (spec.default_action()) page += "; default " + *spec.default_action();
+  if (spec.default_action()) page += "; default " + printable(*spec.default_action());
   page += '\n';
 }
 
