@@ -13,10 +13,8 @@ namespace tool_binding::tool_admit {
 namespace {
 
 bool can_be_declared(const ToolCounts& tool, std::string_view name) {
-  if (std::find(reserved_names.begin(), reserved_names.end(), name) != reserved_names.end() ||
-      is_blank(name)) {
-    return false;
-  }
+  const ToolDefinition with_name{.name = "t", .params = {{.name = std::string(name)}}};
+  if (!check_tool(with_name).errors.empty()) return false;
   return std::none_of(tool.params.begin(), tool.params.end(), [name](const auto& param) {
     const auto& synonyms = param.second.synonyms;
     return param.first == name ||
