@@ -131,7 +131,8 @@ TEST(OutOfMemory, LosesNothingOfAToolsDefinition) {
       R"({"tools": [{"name": "t", "inputSchema": {"type": "object", "required": ["q"],
           "properties": {"p": {"type": ["string", "integer"], "format": [{"a": [1e5]}]},
                          "action": {"enum": ["get"], "default": "put"},
-                         "r": {"enum": ["A", "a"], "default": "b", "x-synonyms": ["s", "p"]}}}},
+                         "r": {"enum": ["A", "a"], "default": "b", "x-synonyms": ["s", "p"],
+                               "x-required-for": ["got"]}}}},
          {"name": "t", "inputSchema": 5}]})"};
   static_cast<void>(any_type());  // made once
   for (const std::string& definition : definitions) {
