@@ -32,7 +32,7 @@ COLORS = {"limit": "#222222", "admit_bind": "#1f6fb4", "admit_bind_move": "#7db8
 
 def undisturbed(name, times):
     """Two threads need both processors undisturbed at once, which is seldom: the lowest."""
-    return min(times) if name.startswith("threads/") else sorted(times)[len(times) // 10]
+    return min(times) if name.startswith("threads") else sorted(times)[len(times) // 10]
 
 
 class Results:
@@ -58,6 +58,12 @@ class Results:
                 name, nanoseconds = line.split()
                 times[name] = float(nanoseconds)
             self.runs.append(times)
+        # Of each comparison that bench_handlers makes by itself, the runs' figures.
+        self.compared = collections.defaultdict(list)
+        for file in sorted(raw.glob("run*.handlers.json")):
+            for entry in json.loads(file.read_text())["benchmarks"]:
+                name = entry["name"].split("/iterations")[0]
+                self.compared[name].append(entry.get("ratio") or 1 / entry["speedup"])
         lines = (raw / "instructions.txt").read_text().splitlines()
         self.instructions = {name: int(count) for name, count in map(str.split, lines)}
 
@@ -133,6 +139,11 @@ def goals(results):
     for way in ("threads/clean", "threads/refused", "threads_try/refused", "threads_wire/clean"):
         rows.append((f"time a request of two threads over one, {way}", 1 / 1.9,
                      results.ratio(f"{way}/threads:2", f"{way}/threads:1")))
+    for name, ratios in results.compared.items():
+        most = {"typed_call": 1.15, "service_call": 1.1}.get(name.split("/")[0], 1 / 1.9)
+        rows.append((f"{name} over the same by hand" if "/" in name
+                     else "time a call of two threads over one, service",
+                     most, statistics.median(ratios)))
     return [row for row in rows if row[2] is not None]
 
 

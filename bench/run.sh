@@ -38,6 +38,8 @@ while [ "$run" -le "$runs" ]; do
   "$build/bench/bench_json" --benchmark_min_time=0.002 --benchmark_repetitions=101 \
     --benchmark_enable_random_interleaving=true --benchmark_out="$raw/run$run.text.json" \
     >/dev/null 2>"$raw/log.txt" || { cat "$raw/log.txt"; exit 1; }
+  "$build/bench/bench_handlers" --benchmark_out="$raw/run$run.handlers.json" \
+    >/dev/null 2>"$raw/log.txt" || { cat "$raw/log.txt"; exit 1; }
   while read -r peer case; do
     echo "$peer/$case $(node "$build/peers/peers.mjs" "$raw/cases.json" "$peer" "$case")"
   done <"$raw/pairs.txt" >"$raw/run$run.txt"
