@@ -360,7 +360,7 @@ bool read_one(Value& value, T& into) {
   } else if constexpr (kind == CppKind::boolean) {
     return assign(into, value.if_boolean());
   } else if constexpr (kind == CppKind::text) {
-    if (value.is_text()) into = value.get_text();
+    if (value.is_text()) into = T(value.get_text());  // made and moved: faster than assigned
     return value.is_text();
   } else if constexpr (kind == CppKind::value) {
     into = std::move(value);
