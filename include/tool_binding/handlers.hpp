@@ -39,10 +39,16 @@
 // ToolService.
 //
 // Mistakes: the number of names and the types are checked by the compiler. All others are found
-// when the handler is bound, and one HandlerError lists every one. A request can then be refused
-// for two more reasons, in the words of the layer: an integer that the C++ type cannot hold, and an
-// item of a list that is of another kind. (Items are read as arguments are: "5" is 5.) The limits
-// of C++ types are not published as bounds, since a number brought to them would hide the mistake.
+// when the handler is bound, and one HandlerError lists every one, the errors of check_tool() among
+// them.
+//
+// A request can then be refused for two more reasons, in the words of the layer: an integer that
+// the C++ type cannot hold, and an item of a list that is of another kind. (Items are read as
+// arguments are: "5" is 5.) The limits of C++ types are not published as bounds, since a number
+// brought to them would hide the mistake.
+//
+//   "Parameter 'limit' of search must be a whole number from -128 to 127, not 500"   // std::int8_t
+//   "Parameter 'ids' of t, item 2, must be a whole number, not 'b'"                  // "1, b"
 
 #include <concepts>
 #include <cstddef>

@@ -92,7 +92,7 @@ class TOOL_BINDING_EXPORT JsonReader {
 //
 //   none; infinity, NaN             null
 //   an object                       its display_form, as text
-//   a key that is not text          its text_form; two keys may so come to look alike
+//   a key that is not text          its text_form; two keys may then look alike
 //   a surrogate, a stray byte       the escape of its code point (see value.hpp): valid JSON by
 //                                   grammar, but refused by parse_json and other strict readers,
 //                                   except that two side by side that form a pair are read as one

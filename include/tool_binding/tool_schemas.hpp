@@ -34,15 +34,21 @@
 // repo_root, make the tool's routing false. The schema of a property that becomes a custom kind is
 // kept whole and published again as it was; of any other, what is not listed here is not published.
 //
-// Errors: a value of the wrong kind, an enumeration of which no entry can be admitted, an action
-// without an enum of texts, two tools or two actions of one name, a name that is blank, what is
-// said of an undeclared action. Warnings: a keyword that is not enforced or not read, a custom
-// kind, whose content is passed on unchecked, a tool without routing, and what is doubtful: a
-// default that admission would not let through, bounds the wrong way round or without effect, enum
-// entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
-// that another name takes, a required parameter that may be null or is not declared, items of a
-// number type, a default action that the tool does not have, an action that is needed although it
-// is not required.
+// Errors, which keep a tool out:
+//   a value of the wrong kind; a blank name; two tools or two actions of one name
+//   an enumeration of which no entry can be admitted; an action without an enum of texts
+//   a keyword that names an action which the tool does not have
+//
+// Warnings, for what is not checked:
+//   a keyword that is not enforced or not read
+//   a custom kind, whose content is passed on unchecked; a tool without routing
+//
+// Warnings, for what is doubtful:
+//   a default that admission would refuse; bounds the wrong way round or without effect
+//   enum entries that requests cannot tell apart or cannot give
+//   a name that is listed twice; a synonym that another name takes
+//   a required parameter that may be null or is not declared; items of a number type
+//   a default action that the tool does not have; an action that is needed although not required
 
 #include <string>
 #include <string_view>
@@ -83,7 +89,7 @@ struct ToolProblems {
 };
 
 // The tools that could be read, in their order, and all that was found. A tool with an error is
-// not among the tools; warnings keep none back.
+// not among the tools; one with warnings alone is.
 struct ToolsReading : ToolProblems {
   std::vector<ToolSpec> tools;
 };

@@ -92,8 +92,8 @@ struct ServiceOptions {
 //       "there is no tool named 'serch'. Did you mean 'search'?"   // no_such_tool
 class TOOL_BINDING_EXPORT ToolService {
  public:
-  // Throws HandlerError with every mismatch of all tools, two tools of one name among them. Keeps
-  // what its handlers take of the context, not the rest of it.
+  // Throws HandlerError with every mismatch of all tools, two tools of one name and the errors of
+  // check_tool() among them. Keeps what its handlers take of the context, not the rest of it.
   explicit ToolService(std::vector<Tool> tools, const Context& context = {},
                        ServiceOptions options = {});
   ToolService(const ToolService&) = default;
