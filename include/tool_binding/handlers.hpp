@@ -13,6 +13,7 @@
 //                       param<&Search::mode>({.default_ = "literal"}),
 //                       param<&Search::limit>({.minimum = 1, .maximum = 200, .default_ = 20})},
 //                      [](const Search& request, Repository& repository) -> std::string { ... });
+//   // {"q": "main", "limit": "500"} calls it with {"main", Mode::literal, 200}
 //
 // Or names beside a callable, for a registry that exists already:
 //
@@ -34,12 +35,20 @@
 //
 // A handler returns text, a number or bool, Value, Mapping or List (structured content), Answer, or
 // nothing. It is called from any thread, from several at the same time, and so must not be mutable.
+// It and all that it captures are kept, and destroyed with the last copy of the Handler, Tool or
+// ToolService.
 //
 // Mistakes: the number of names and the types are checked by the compiler. All others are found
-// when the handler is bound, and one HandlerError lists every one. A request can then be refused
-// for two more reasons, in the words of the layer: an integer that the C++ type cannot hold, and an
-// item of a list that is of another kind. (Items are read as arguments are: "5" is 5.) The limits
-// of C++ types are not published as bounds, since a number brought to them would hide the mistake.
+// when the handler is bound, and one HandlerError lists every one, the errors of check_tool() among
+// them.
+//
+// A request can then be refused for two more reasons, in the words of the layer: an integer that
+// the C++ type cannot hold, and an item of a list that is of another kind. (Items are read as
+// arguments are: "5" is 5.) The limits of C++ types are not published as bounds, since a number
+// brought to them would hide the mistake.
+//
+//   "Parameter 'limit' of search must be a whole number from -128 to 127, not 500"   // std::int8_t
+//   "Parameter 'ids' of t, item 2, must be a whole number, not 'b'"                  // "1, b"
 
 #include <concepts>
 #include <cstddef>
@@ -67,6 +76,11 @@ namespace tool_binding {
 
 // Function, declaration and context do not fit together: a fault of the program, found before the
 // first request. Each problem is one line: "TOOL, 'PARAMETER': what is wrong; what to write".
+//
+//   bind_handler(ToolSpec({.name = "read", .params = {{.name = "path", .required = true}}}), {},
+//                [](int path) { return path; }, {"path"})   throws it:
+//       "read, 'path': is declared \"string\", and the handler takes std::int32_t; take "
+//       "std::string or std::string_view, or declare it .type = \"integer\""
 class TOOL_BINDING_EXPORT HandlerError : public std::logic_error {
  public:
   // what() is all problems, one a line.
@@ -86,12 +100,16 @@ class TOOL_BINDING_EXPORT HandlerError : public std::logic_error {
 //   context.provide("repository", std::make_shared<Repository>("/srv/code"));
 //
 // A handler that takes Repository& gets the entry whose name it gives, else the only one of that
-// type. The type is the one that is provided, not a base of it. Handlers share ownership of what
-// they take; what changes must lock by itself. Copies share the objects.
+// type: two of one type without a name are a HandlerError. The type is the one that is provided,
+// not a base of it: provide std::shared_ptr<Base>(derived) to have it taken as Base&. Handlers
+// share ownership of what they take; what changes must lock by itself. Copies share the objects.
+//
+// It is read when handlers are bound: what is provided later reaches none of them.
 class TOOL_BINDING_EXPORT Context {
  public:
   // A `const T` is taken as const T&, const T* or std::shared_ptr<const T> alone. Throws
   // std::invalid_argument for a null pointer (leave out what is absent) and for a repeated name.
+  // Returns the context, so that calls can be chained.
   template <class T>
   Context& provide(std::string name, std::shared_ptr<T> object) & {
     add({std::move(name), typeid(std::remove_const_t<T>), detail::name_of<std::remove_const_t<T>>(),
@@ -106,11 +124,12 @@ class TOOL_BINDING_EXPORT Context {
 
   struct Entry {
     std::string name;
-    const std::type_info& type;
-    std::string_view type_name;
+    const std::type_info& type;  // without const
+    std::string_view type_name;  // as messages show it; valid forever
     bool is_const;
     std::shared_ptr<void> object;
   };
+  // In the order in which they were provided.
   [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
 
  private:
@@ -119,7 +138,8 @@ class TOOL_BINDING_EXPORT Context {
   std::vector<Entry> entries_;
 };
 
-// Declared parameters that a handler leaves alone.
+// Declared parameters that a handler leaves alone; made by ignored(). A name in it that the tool
+// does not declare, or that the handler takes, is a HandlerError.
 class Ignored {
  public:
   Ignored() = default;
@@ -237,6 +257,16 @@ Callable named_callable(F&& function, std::span<const std::string_view> names,
 // that the function cannot take throw ArgumentError. Handler::call gives the result as a Value: of
 // an Answer that is answer_mapping().
 //
+//   const Handler read = bind_handler(
+//       ToolSpec({.name = "read", .params = {{.name = "path", .required = true},
+//                                            {.name = "lines", .type = "integer"}}}),
+//       {}, [](std::string_view path, std::optional<std::int32_t> lines) {
+//         return std::string(path) + ":" + std::to_string(lines.value_or(10));
+//       }, {"path", "lines"});
+//   read.call({{"path", "a.cpp"}, {"lines", 5}}) == Value("a.cpp:5")
+//   read.call({{"path", "a.cpp"}}) == Value("a.cpp:10")
+//   read.call({{"path", 1}})   throws ArgumentError
+//
 // Throws HandlerError with every mismatch. Cost of a call: no look-up by name.
 template <class F, std::size_t Count>
 [[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
@@ -245,7 +275,7 @@ template <class F, std::size_t Count>
   return detail::make_handler(spec, context,
                               detail::named_callable<Count>(std::move(function), names, ignored));
 }
-// For a callable without named parameters.
+// For a callable without named parameters: it takes nothing, or only Call& and std::stop_token.
 template <class F>
 [[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
                                    const Ignored& ignored = {}) {
@@ -255,7 +285,9 @@ template <class F>
 
 // What is declared of a struct's member beside its C++ type: a ParamSpec without what the type says
 // (its type word, its items' type, the enumeration of an enum class, whether it is required: it is
-// when it has no default, is not needed by some actions alone, and is not std::optional).
+// when it has no default, is not needed by some actions alone, and is not std::optional). The
+// members mean what they mean in ParamSpec; a default that the C++ type cannot hold is a
+// HandlerError.
 struct ParamOptions {
   std::vector<std::string> synonyms = {};
   // Allowed texts, where the C++ type is text or a vector of texts.
@@ -284,7 +316,9 @@ namespace detail {
 struct NoMember {};
 }  // namespace detail
 
-// The parameter has another name, or the compiler is neither g++ nor clang.
+// The parameter has another name, or the compiler is neither g++ nor clang:
+//
+//   param("max-results", &Search::limit, {.default_ = 20})
 template <class Class, class T>
 [[nodiscard]] MemberParam<Class, T> param(std::string name, T Class::*member,
                                           ParamOptions options = {}) {
@@ -304,7 +338,8 @@ template <auto Member>
   }
 }
 
-// A MemberParam of Struct or of a base of it, whatever the member's type. Made implicitly.
+// A MemberParam of Struct or of a base of it, whatever the member's type. Made implicitly, of what
+// param() returns; for the library to read.
 template <class Struct>
 class Param {
  public:
@@ -342,16 +377,18 @@ class Param {
   detail::Member<Struct> member_ = {};
 };
 
-// Hints for clients about what a tool does; nothing: not said. A client need not believe them.
+// Hints for clients about what a tool does; nothing: not said. A client need not believe them, and
+// the library does not act on them.
 struct ToolAnnotations {
-  std::optional<bool> read_only = {};
-  std::optional<bool> destructive = {};
-  std::optional<bool> idempotent = {};
-  std::optional<bool> open_world = {};
+  std::optional<bool> read_only = {};    // it changes nothing
+  std::optional<bool> destructive = {};  // it may delete or overwrite; not said: it may
+  std::optional<bool> idempotent = {};   // a second call of the same arguments changes nothing more
+  std::optional<bool> open_world = {};   // it reaches beyond the machine, such as the web
 
   friend bool operator==(const ToolAnnotations&, const ToolAnnotations&) = default;
 };
 
+// An image that clients may show beside the tool. Passed on unchecked.
 struct ToolIcon {
   std::string src;  // a URI: https: or data:
   std::string mime_type = {};
@@ -378,7 +415,12 @@ struct ToolRecord;
 }
 
 // A tool and the function that answers it: what a ToolService serves. Immutable; copies share one
-// record. Made by tool().
+// record. Made by tool(), which keeps every mistake for the HandlerError of whoever binds it.
+//
+//   const Tool ping = tool("ping", "Answers.", {}, [] { return "pong"; }).with({.title = "Ping"});
+//   ping.spec().name() == "ping"
+//   ping.info().title == "Ping"
+//   ToolService({ping}).call("ping", {}).text() == "pong"
 class TOOL_BINDING_EXPORT Tool {
  public:
   // Copies the record, with this information: tool(...).with({.title = "Find text"}).
@@ -451,7 +493,9 @@ Callable struct_callable(F&& function, std::vector<Member<Struct>> members, cons
 // A member for the action is declared by its name alone: a text, or an enum class with the actions'
 // names. Parameters in the definition are declared too; say ignored(...) of them.
 //
-// Mistakes are kept for the HandlerError of the service that the tool is given to.
+// The struct must be default-constructible; it is made for each call and moved into a handler that
+// takes it by value. Mistakes are kept for the HandlerError of the service that the tool is given
+// to; only two actions of one name throw std::invalid_argument here, as ToolSpec does.
 template <class F>
 [[nodiscard]] Tool tool(ToolDefinition definition,
                         std::initializer_list<Param<detail::request_of<F>>> params, F function,
@@ -502,10 +546,13 @@ requires(!std::same_as<F, Handler>) [[nodiscard]] Tool
                            detail::named_callable<0>(std::move(function), {}, ignored));
 }
 
-// A handler that is written by hand: it is called with what bind_arguments gives.
+// A handler that is written by hand: it is called with what bind_arguments gives, every declared
+// parameter, whatever its signature names. A name in its signature that the tool does not declare
+// is a HandlerError, since it gets nothing of the context.
 [[nodiscard]] TOOL_BINDING_EXPORT Tool tool(ToolSpec spec, Handler handler);
 
-// The tool's handler, for a dispatcher of your own. Throws HandlerError with every mismatch.
+// The tool's handler, for a dispatcher of your own. Throws HandlerError with every mismatch. What
+// Tool::with() has added is for ToolService alone.
 [[nodiscard]] TOOL_BINDING_EXPORT Handler bind_handler(const Tool& tool, const Context& context);
 
 }  // namespace tool_binding

@@ -26,6 +26,8 @@ namespace tool_binding {
 // "invalid JSON at byte N: REASON", can be shown to the client who sent the text:
 //
 //   parse_json("[1, 2")   invalid JSON at byte 6: unexpected end of input; expected ',' or ']'
+//   parse_json("[1,]")    invalid JSON at byte 4: unexpected ']'; expected a value
+//   parse_json("1e400")   invalid JSON at byte 1: the number 1e400 is beyond the range of floats
 class TOOL_BINDING_EXPORT JsonError : public std::invalid_argument {
  public:
   JsonError(const std::string& reason, std::size_t byte);
@@ -40,6 +42,8 @@ class TOOL_BINDING_EXPORT JsonError : public std::invalid_argument {
 };
 
 // What a text may have at most; 0: as much as memory holds.
+//
+//   parse_json("[[1]]", {.depth = 1})   invalid JSON at byte 2: nested deeper than 1
 struct JsonLimits {
   std::size_t bytes = 0;
   // Of lists and objects in each other; [] has the depth 1.
@@ -51,6 +55,9 @@ struct JsonLimits {
 // A number without fraction and exponent is an integer, so that -0 is 0; any other is the nearest
 // float, 0.0 where it is too small for them. Of a repeated member the later value counts, at the
 // first position.
+//
+//   parse_json(R"({"a": 1, "b": 2.0, "a": [null]})") ==
+//       Mapping{{"a", List{Value()}}, {"b", 2.0}}
 //
 // Throws JsonError for what is not JSON, for a number beyond the range of floats (1e400), for an
 // escape of half a surrogate pair, for bytes that are not UTF-8, for anything after the value and
@@ -64,7 +71,8 @@ struct JsonMemory_ {
   std::string text;
 };
 
-// parse_json for many texts: it keeps its memory from one to the next, up to about a megabyte.
+// parse_json for many texts: it keeps its memory from one to the next, up to about a megabyte. The
+// values that it returns are independent of it.
 //
 //   JsonReader reader({.bytes = 1 << 20, .depth = 100});
 //   while (std::getline(in, line)) serve(reader.read(line));
@@ -84,14 +92,20 @@ class TOOL_BINDING_EXPORT JsonReader {
 //
 //   none; infinity, NaN             null
 //   an object                       its display_form, as text
-//   a key that is not text          its text_form; two keys may so come to look alike
+//   a key that is not text          its text_form; two keys may then look alike
 //   a surrogate, a stray byte       the escape of its code point (see value.hpp): valid JSON by
 //                                   grammar, but refused by parse_json and other strict readers,
 //                                   except that two side by side that form a pair are read as one
 //                                   character
 //
 // Floats have the shortest digits that read back as the same float, with a point or an exponent,
-// so that every other value reads back as it was.
+// so that every other value reads back as it was. Beyond '"', '\' and control characters nothing is
+// escaped: before it goes into HTML, '<' and '&' are for the caller to escape.
+//
+//   json_text(List{Value(), 1.0, 1e300, "\"\n/"}) == R"([null, 1.0, 1e+300, "\"\n/"])"
+//   json_text("\x80") == R"("\udc80")"
+//
+// Cost: linear in the text.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string json_text(const Value& value);
 [[nodiscard]] TOOL_BINDING_EXPORT std::string json_text(const List& list);
 [[nodiscard]] TOOL_BINDING_EXPORT std::string json_text(const Mapping& mapping);

@@ -48,12 +48,12 @@
 
 namespace tool_binding {
 
-// A tool, by its name in TOOLS or by its specification, which is then used without any look-up.
-// Made implicitly, for the length of one call: it refers to the specification and owns nothing.
-// By name, throws UnknownToolError.
+// A tool, by its name in TOOLS or by its ToolSpec, which is then used without any look-up. Made
+// implicitly, for the length of one call: it refers to the ToolSpec and owns nothing. By name,
+// throws UnknownToolError.
 //
 //   bind_arguments("search", arguments);   // the tool of that name in TOOLS
-//   bind_arguments(spec, arguments);       // a specification of your own, without TOOLS
+//   bind_arguments(spec, arguments);       // a ToolSpec of your own, whatever TOOLS holds
 class TOOL_BINDING_EXPORT ToolRef {
  public:
   ToolRef(const ToolSpec& spec) noexcept : spec_(spec) {}
@@ -92,8 +92,10 @@ class TOOL_BINDING_EXPORT ArgumentError : public std::invalid_argument {
 //
 //   action_default("branches", "base", "create") == "HEAD"
 //
-// `name` may be a synonym. Throws std::out_of_range when the tool declares no such parameter. Cost:
-// linear in the parameter's defaults by action.
+//   action_default("branches", "base", "list").is_none()   // there is none for "list"
+//
+// `name` may be a synonym. Throws std::out_of_range when the tool declares no such parameter: "the
+// registry's branches tool declares no 'bse'". Cost: linear in the parameter's defaults by action.
 [[nodiscard]] TOOL_BINDING_EXPORT Value action_default(ToolRef tool, std::string_view name,
                                                        std::string_view action);
 
@@ -105,7 +107,7 @@ class TOOL_BINDING_EXPORT ArgumentError : public std::invalid_argument {
 //       normalize_arguments("search", {{"q", "main"}, {"limit", "500"}});
 //   admitted.arguments() == Mapping{{"query", "main"}, {"limit", 100}}
 //   admitted.notes()[0] == "'q' was read as 'query'"
-//   admitted.alias_hit() == true
+//   admitted.alias_hit() == true                 // by 'q'; a clamped number is none
 //   Mapping bound = bind_arguments("search", std::move(admitted).arguments());
 class TOOL_BINDING_EXPORT NormalizedArguments {
  public:
@@ -121,7 +123,9 @@ class TOOL_BINDING_EXPORT NormalizedArguments {
   // with the action's declared name under ACTION_PARAM for a tool with actions.
   [[nodiscard]] const Mapping& arguments() const& noexcept { return arguments_; }
   [[nodiscard]] Mapping arguments() && noexcept { return std::move(arguments_); }
-  // One line for each change that the caller should know of, in their order.
+  // One line for each change that the caller should know of, in their order: a synonym that was
+  // read, a number that was brought to a bound. A conversion without loss, "5" to 5, has none. With
+  // names as the client spelled them: see ArgumentError.
   [[nodiscard]] const std::vector<std::string>& notes() const& noexcept { return notes_; }
   [[nodiscard]] std::vector<std::string> notes() && noexcept { return std::move(notes_); }
   // Whether a parameter or the action was named by a synonym.
@@ -142,6 +146,7 @@ class TOOL_BINDING_EXPORT NormalizedArguments {
 //   admission.has_value() == false
 //   admission.error() == "Parameter 'limit' of search must be a whole number, not 'many'; "
 //                        "search needs 'query'"
+//   admission.value()   throws ArgumentError with that text
 class TOOL_BINDING_EXPORT Admission {
  public:
   Admission(NormalizedArguments admitted) noexcept : outcome_(std::move(admitted)) {}
@@ -155,7 +160,8 @@ class TOOL_BINDING_EXPORT Admission {
   [[nodiscard]] const NormalizedArguments& value() const&;
   [[nodiscard]] NormalizedArguments& value() &;
   [[nodiscard]] NormalizedArguments value() &&;
-  // Precondition, asserted in debug builds: has_value().
+  // Precondition, asserted in debug builds: has_value(). References are valid as long as this
+  // Admission; of a temporary, the content is returned by value.
   [[nodiscard]] const NormalizedArguments& operator*() const& noexcept { return *checked(); }
   [[nodiscard]] NormalizedArguments& operator*() & noexcept { return *checked(); }
   [[nodiscard]] NormalizedArguments operator*() && noexcept { return std::move(*checked()); }
@@ -186,13 +192,16 @@ class TOOL_BINDING_EXPORT Admission {
 // Values are neither checked nor converted; the second form moves them out of `arguments`.
 //
 //   bind_arguments("search", {{"query", "main"}}) == Mapping{{"query", "main"}, {"limit", 20}}
+//   bind_arguments("branches", {}) ==
+//       Mapping{{"action", "list"}, {"name", Value()}, {"base", Value()}}
 //
 // Cost: linear in the parameters and the arguments.
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, const Mapping& arguments);
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping bind_arguments(ToolRef tool, Mapping&& arguments);
 
-// How a handler's parameter takes its argument. VAR_POSITIONAL collects further positional
-// arguments; VAR_KEYWORD collects further named ones, so that the handler takes any name.
+// How a handler's parameter takes its argument. Arguments are given by name here, which the three
+// kinds in small letters take alike. VAR_KEYWORD collects further named arguments, so that the
+// handler takes any name; VAR_POSITIONAL collects further positional ones, and so takes no name.
 enum class ParameterKind : std::uint8_t {
   positional_only,
   positional_or_keyword,
@@ -207,7 +216,8 @@ struct HandlerParameter {
 };
 
 // What answers a tool: its declared parameters, and what is called with its named arguments. For a
-// function with typed parameters, bind_handler() in handlers.hpp makes one.
+// function with typed parameters, bind_handler() in handlers.hpp makes one. What `call` throws
+// passes through; several threads may call it at once if the function allows it.
 //
 //   Handler handler{{{"query"}, {"limit"}, {"repository"}}, [](Mapping arguments) -> Value {
 //     return search(arguments.at("repository").object_as<Repository>(), arguments.at("query"));
@@ -234,6 +244,7 @@ struct Handler {
 // nothing. `arguments` are by declared name; `action` is nothing for a tool without actions.
 //
 //   missing_arguments("branches", "create", {}) == "branches 'create' needs 'name'"
+//   missing_arguments("branches", "list", {}) == std::nullopt
 //
 // Blank text and empty lists count as missing, unless the parameter says blank_is_value.
 [[nodiscard]] TOOL_BINDING_EXPORT std::optional<std::string> missing_arguments(
@@ -242,6 +253,9 @@ struct Handler {
 // Admits a request's arguments, or throws ArgumentError with every problem that they have.
 //
 //   normalize_arguments("search", {{"q", "main"}}).arguments() == Mapping{{"query", "main"}}
+//   normalize_arguments("search", {{"qeury", "x"}})   throws
+//       "Unknown parameter 'qeury' for search. Did you mean 'query'? It takes: query, limit.; "
+//       "search needs 'query'"
 //
 // The first form leaves `arguments` untouched and copies each admitted value once; the second moves
 // the values out of them. Cost: linear in the request's size; each name that the tool does not take

@@ -34,7 +34,8 @@
 
 namespace tool_binding {
 
-// The argument that selects a tool's action, and the one that gives the repository's root.
+// The argument that selects a tool's action, and the one that gives the repository's root, which
+// admission drops where a tool has routing (see ToolDefinition).
 inline constexpr std::string_view ACTION_PARAM = "action";
 inline constexpr std::string_view REPO_ROOT_ARGUMENT = "repo_root";
 
@@ -47,8 +48,9 @@ inline constexpr std::string_view REPO_ROOT_ARGUMENT = "repo_root";
 //         return is_date(sent) ? std::optional(sent) : std::nullopt;
 //       },
 //       .schema = {{"type", "string"}, {"format", "date"}}});
-//   ToolSpec({.name = "log", .params = {{.name = "since", .custom = date}}})
-//   // "Parameter 'since' of log must be a date, such as 2024-05-31, not 'soon'"
+//   ToolSpec log({.name = "log", .params = {{.name = "since", .custom = date}}});
+//   try_normalize_arguments(log, {{"since", "soon"}}).error() ==
+//       "Parameter 'since' of log must be a date, such as 2024-05-31, not 'soon'"
 struct CustomType {
   // What a value must be, as in "must be WORDS, not 'soon'".
   std::string words;
@@ -64,13 +66,17 @@ struct CustomType {
 };
 
 // An object, passed on as it is: a mapping, or text that is a literal of one, such as
-// `{"a": 1}` or `{'a': None}`. Its members are not checked. Words: "an object".
+// `{"a": 1}` or `{'a': None}`. Its members are not checked. Words: "an object". Every call returns
+// the same record, as with any_type().
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> object_type();
 // Any value, passed on as it is.
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> any_type();
-// One of some values: an equal one (1 and 1.0 are the same number), or text that is its text form;
-// of several that match, the first. The entry itself is taken. Words: "one of: 1, 2, 3". Throws
+// One of some values: the value itself, else the first that is the same number (1 and 1.0 are), or
+// whose text form was sent. The entry itself is taken. Words: "one of: 1, 2, 3". Throws
 // std::invalid_argument when there are no values or one of them is none.
+//
+//   {.name = "level", .custom = one_of({1, 2, 3})}   // takes 2, 2.0 and "2" as 2; refuses 5:
+//   // "Parameter 'level' of t must be one of: 1, 2, 3, not 5"
 [[nodiscard]] TOOL_BINDING_EXPORT std::shared_ptr<const CustomType> one_of(List values);
 
 // One parameter. Nothing here is checked when it is declared: see check_tool().
@@ -86,7 +92,8 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   // "integer", "number", "boolean", "string" or "array". With any other word, admitting a value
   // for the parameter throws std::out_of_range. Not read where `custom` is set.
   std::string type = "string";
-  // For an array: "string" turns every item into text; any other word leaves items as they are.
+  // For an array: "string" turns every item into text; any other word leaves items as they are, and
+  // is published. Not read for other types.
   std::string items_type = {};
   // The allowed texts, matched in any letter case; empty: any value. For an array, of each item. A
   // request gets the entry's own spelling.
@@ -106,9 +113,10 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   // Defaults by action name; of two pairs for one action the later one counts. When not empty, a
   // parameter that is left out is bound to none and its handler asks action_default().
   std::vector<std::pair<std::string, Value>> action_defaults = {};
-  // Shown in the published schema, read by nothing else; of an array's items, what their schema
-  // says beside items_type and the enumeration.
+  // Shown in the published schema, read by nothing else.
   std::string description = {};
+  // For an array: what the published schema of its items says beside items_type and the
+  // enumeration, {{"minLength", 1}} say. No item is checked against it.
   Mapping items_schema = {};
   // A kind of value in place of the type: it reads the value, and the enumeration is not consulted.
   // A number that it returns is brought within the bounds as a float, or as an integer where `type`
@@ -132,8 +140,8 @@ struct ActionSpec {
 
 // Actions, declared as records or, where none has a synonym, just as names.
 //
-//   ActionList{{"list", {"ls"}}, {"create"}}
-//   ActionList{"list", "create"}
+//   ActionList{{"list", {"ls"}}, {"create"}}   // "ls" is a synonym
+//   ActionList{"list", "create"}               // two actions, neither a synonym
 class ActionList : public std::vector<ActionSpec> {
  public:
   ActionList() noexcept = default;
@@ -155,9 +163,10 @@ struct ToolDefinition {
   // Whether the arguments "repo" and "repo_root" say which repository a request runs against, so
   // that admission drops them. False: to this tool they are names like any other.
   bool routing = true;
-  // Shown in the published schema, read by nothing else: the description of the property "action",
-  // and the keywords "$defs" and "definitions", to which schemas of custom types may refer.
+  // Shown in the published schema, read by nothing else: the description of the property "action".
   std::string action_description = {};
+  // The same: the keywords "$defs" and "definitions" with all that they hold, to which schemas of
+  // custom types may refer: {{"$defs", Mapping{{"point", Mapping{{"type", "object"}}}}}}.
   Mapping definitions = {};
 
   friend bool operator==(const ToolDefinition&, const ToolDefinition&) = default;
@@ -171,11 +180,19 @@ struct ToolIndex;
 //   const ToolSpec tool({.name = "branches", .actions = {"list", "create"},
 //                        .default_action = "list"});
 //   tool.action(" LIST ")->name == "list"
+//   tool.action("drop") == nullptr
+//   tool.unknown_action_error("drop") == "branches has no action 'drop': it has list, create"
+//   tool.definition().routing == true
+//
+// Assigning another ToolSpec releases the record, and with the last copy it is destroyed; what was
+// read through this one is then no longer valid. Threads: copies may be used, copied and destroyed
+// on different threads; one object is not to be assigned while another thread reads it.
 class TOOL_BINDING_EXPORT ToolSpec {
  public:
   // A synonym that two parameters or actions share denotes the first, and a declared name comes
   // before any synonym. Throws std::invalid_argument when two parameters or two actions have one
-  // name. Cost: linear in all the texts given; names are indexed once, here.
+  // name: "search declares the parameter 'query' twice". Nothing else is refused here; see
+  // check_tool(). Cost: linear in all the texts given; names are indexed once, here.
   ToolSpec(ToolDefinition definition);
   ToolSpec(const ToolSpec&) noexcept = default;
   ToolSpec& operator=(const ToolSpec&) noexcept = default;
@@ -194,7 +211,7 @@ class TOOL_BINDING_EXPORT ToolSpec {
   [[nodiscard]] const std::vector<std::string>& param_names() const noexcept;
 
   // The parameter of that declared name, else the first one with that synonym, else null. Exact
-  // text.
+  // text. Cost: constant.
   [[nodiscard]] const ParamSpec* param(std::string_view name) const noexcept;
 
   // The action that a request's value denotes, or null: by exact name, then by exact synonym, then
@@ -228,16 +245,19 @@ class TOOL_BINDING_EXPORT UnknownToolError : public std::out_of_range {
   std::string tool_;
 };
 
-// Tools by name, in the order given.
+// Tools by name, in the order given. Copying it copies no record: two tables share their tools.
+// References into it are valid as long as the table, or as any copy of the ToolSpec that they refer
+// to.
 //
 //   const ToolTable table({ToolSpec({.name = "status"}), ToolSpec({.name = "search"})});
 //   table.at("status").params().empty()
 //   table.find("stat") == nullptr
 //   table.begin()->name() == "status"
+//   table.at("stat")   throws UnknownToolError
 class TOOL_BINDING_EXPORT ToolTable {
  public:
   constexpr ToolTable() noexcept = default;
-  // Throws std::invalid_argument when two tools have one name.
+  // Throws std::invalid_argument when two tools have one name: "two tools are named 'search'".
   explicit ToolTable(std::vector<ToolSpec> tools);
   ToolTable(std::initializer_list<ToolSpec> tools) : ToolTable(std::vector<ToolSpec>(tools)) {}
 

@@ -34,14 +34,21 @@
 // repo_root, make the tool's routing false. The schema of a property that becomes a custom kind is
 // kept whole and published again as it was; of any other, what is not listed here is not published.
 //
-// Errors: a value of the wrong kind, an enumeration of which no entry can be admitted, an action
-// without an enum of texts, two tools or two actions of one name, a name that is blank, what is
-// said of an undeclared action. Warnings: a keyword that is not enforced or not read, a custom
-// kind, whose content is passed on unchecked, a tool without routing, and what is doubtful: a
-// default that admission would not let through, bounds the wrong way round or without effect, enum
-// entries that requests cannot tell apart or cannot give, a name that is listed twice, a synonym
-// that another name takes, a required parameter that may be null or is not declared, items of a
-// number type, a default action that the tool does not have, an action that is needed although it is not required.
+// Errors, which keep a tool out:
+//   a value of the wrong kind; a blank name; two tools or two actions of one name
+//   an enumeration of which no entry can be admitted; an action without an enum of texts
+//   a keyword that names an action which the tool does not have
+//
+// Warnings, for what is not checked:
+//   a keyword that is not enforced or not read
+//   a custom kind, whose content is passed on unchecked; a tool without routing
+//
+// Warnings, for what is doubtful:
+//   a default that admission would refuse; bounds the wrong way round or without effect
+//   enum entries that requests cannot tell apart or cannot give
+//   a name that is listed twice; a synonym that another name takes
+//   a required parameter that may be null or is not declared; items of a number type
+//   a default action that the tool does not have; an action that is needed although not required
 
 #include <string>
 #include <string_view>
@@ -56,6 +63,9 @@ namespace tool_binding {
 // The action that a request with these arguments runs, as text: the one that they name under
 // ACTION_PARAM, else (absent, none or blank) the default action of the tool in TOOLS. None when
 // TOOLS has no such tool, when there is no default, or when the tool has no such action.
+//
+//   effective_action("branches", {{"action", " LS "}}) == Value("list")
+//   effective_action("branches", {{"action", "drop"}}).is_none()
 [[nodiscard]] TOOL_BINDING_EXPORT Value effective_action(std::string_view tool,
                                                          const Mapping& arguments);
 
@@ -68,7 +78,8 @@ struct SchemaProblem {
   friend bool operator==(const SchemaProblem&, const SchemaProblem&) = default;
 };
 
-// "TOOL, 'PARAMETER': REASON", without the parts that are empty.
+// "TOOL, 'PARAMETER': REASON", without the parts that are empty. Names are as they were read:
+// escape them for where the line goes.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string problem_line(const SchemaProblem& problem);
 
 // Errors: what cannot work. Warnings: what works, and is probably not what was meant.
@@ -78,7 +89,7 @@ struct ToolProblems {
 };
 
 // The tools that could be read, in their order, and all that was found. A tool with an error is
-// not among the tools; warnings keep none back.
+// not among the tools; one with warnings alone is.
 struct ToolsReading : ToolProblems {
   std::vector<ToolSpec> tools;
 };
@@ -86,6 +97,15 @@ struct ToolsReading : ToolProblems {
 // Reads an array of tools, or an object with such an array under "tools". Never throws for what it
 // reads: a value that is neither is one error. All errors of all tools are reported. Cost: linear
 // in what is read and reported, whatever its nesting.
+//
+//   ToolsReading reading = read_tools(parse_json(R"([
+//       {"name": "t", "inputSchema": {"properties": {"n": {"type": "integer", "minimum": "x"}}}},
+//       {"name": "u", "inputSchema": {"properties": {"s": {"type": "string", "pattern": "a"}}}}
+//   ])"));
+//   problem_line(reading.errors[0]) == "t, 'n': 'minimum' must be a finite number, not 'x'"
+//   problem_line(reading.warnings[0]) ==
+//       "u, 's': 'pattern' is not enforced, so the handler must check it"
+//   reading.tools.size() == 1   // "u"
 [[nodiscard]] TOOL_BINDING_EXPORT ToolsReading read_tools(const Value& published);
 
 // What is wrong or doubtful about a tool that is declared in C++: what read_tools would report, and
@@ -102,13 +122,20 @@ struct ToolsReading : ToolProblems {
 
 // The tools as such an array. A parameter whose default differs by action shows no default. What is
 // published reads back as equal tools without an error, except for what no schema can say: what is
-// an error above, the items' type of what is not an array, an action that is twice in action_defaults,
-// and a default action without actions.
+// an error above, the items' type of what is not an array, an action that is twice in
+// action_defaults, and a default action without actions.
+//
+//   publish_tools(ToolTable({ToolSpec({.name = "status", .description = "Shows it."})})) ==
+//       List{Mapping{{"name", "status"},
+//                    {"description", "Shows it."},
+//                    {"inputSchema",
+//                     Mapping{{"type", "object"}, {"properties", Mapping{}}}}}}
 [[nodiscard]] TOOL_BINDING_EXPORT Value publish_tools(const ToolTable& tools);
 
-// One tool's input schema.
+// One tool's input schema, as publish_tools shows it, with its `x-` keywords.
 [[nodiscard]] TOOL_BINDING_EXPORT Value input_schema(const ToolSpec& tool);
 
+// What schemas say for clients that do not take plain JSON Schema as it is.
 struct WireOptions {
   // Whether schemas say "additionalProperties": false, for clients that check what they send.
   // Admission refuses unknown names either way.

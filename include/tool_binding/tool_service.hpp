@@ -9,9 +9,9 @@
 //   answer.is_error() // false
 //   answer.notes      // 'q' was read as 'query', 'limit' 500 is above the maximum: 200 was used
 //
-// A call looks the tool up, admits the arguments, binds them and calls the function. It needs no
-// set_tools; only the default action of a tool that TOOLS holds under the same name is taken from
-// there (see bind_arguments).
+// A call looks the tool up, admits the arguments, binds them and calls the function, all on the
+// thread of the caller. It needs no set_tools; only the default action of a tool that TOOLS holds
+// under the same name is taken from there (see bind_arguments).
 
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +30,8 @@
 
 namespace tool_binding {
 
+// What became of a call. All but the first are errors to the client, and their text says what to
+// send instead, except for the fixed text of an exception that is not a ToolError.
 enum class Outcome : std::uint8_t {
   answered,      // the handler returned a result
   refused,       // the arguments were refused, and the handler was not called
@@ -43,7 +45,7 @@ struct ToolAnswer {
   // Text first: the result, or the refusal. Empty where the handler returned nothing. Structured
   // content is here too, as JSON.
   std::vector<Content> content = {};
-  // A mapping, a list, or none.
+  // What a handler returned as a mapping or a list; none for everything else.
   Value structured = {};
   // What admission changed, then what the handler noted. They are not part of the content.
   std::vector<std::string> notes = {};
@@ -55,8 +57,8 @@ struct ToolAnswer {
   [[nodiscard]] std::string text() && { return std::string(std::as_const(*this).text()); }
 };
 
-// What a handler threw that was not meant for the client. The client gets a fixed text. The views
-// are valid during the call of the log.
+// What a handler threw that was not meant for the client, which gets "search failed with an
+// internal error". The views are valid during the call of the log.
 struct HandlerFault {
   std::string_view tool;
   std::string_view kind;  // the type of what was thrown, "std::out_of_range"; "unknown" for others
@@ -69,11 +71,29 @@ struct ServiceOptions {
   std::function<void(const HandlerFault&)> log = {};
 };
 
-// Tools that are served together. Immutable: any number of threads may call it at the same time.
-// Copies share one record, as does moving.
+// Tools that are served together. Immutable: any number of threads may call it at the same time,
+// whose handlers then run at the same time. Copies share one record, and moving copies.
+//
+//   struct Search { std::string query; std::int8_t limit; };
+//   const ToolService service({tool(
+//       "search", "Finds text.", {param<&Search::query>(), param<&Search::limit>()},
+//       [](const Search& request) -> std::string {
+//         if (request.query == "mian") throw ToolError("No 'mian'. Did you mean 'main'?");
+//         return request.query.substr(10);
+//       })});
+//   service.call("search", {{"query", "a long enough text"}, {"limit", "5"}}).text() == "ugh text"
+//   service.call("search", {{"query", "mian"}, {"limit", 1}}).text() ==
+//       "No 'mian'. Did you mean 'main'?"                       // Outcome::failed
+//   service.call("search", {{"query", "short"}, {"limit", 1}}).text() ==
+//       "search failed with an internal error"     // failed; the log gets the std::out_of_range
+//   service.call("search", {{"query", "x"}, {"limit", 500}}).text() ==
+//       "Parameter 'limit' of search must be a whole number from -128 to 127, not 500"   // refused
+//   service.call("serch", {}).text() ==
+//       "there is no tool named 'serch'. Did you mean 'search'?"   // no_such_tool
 class TOOL_BINDING_EXPORT ToolService {
  public:
-  // Throws HandlerError with every mismatch of all tools, two tools of one name among them.
+  // Throws HandlerError with every mismatch of all tools, two tools of one name and the errors of
+  // check_tool() among them. Keeps what its handlers take of the context, not the rest of it.
   explicit ToolService(std::vector<Tool> tools, const Context& context = {},
                        ServiceOptions options = {});
   ToolService(const ToolService&) = default;
@@ -86,12 +106,15 @@ class TOOL_BINDING_EXPORT ToolService {
   //
   // Where memory runs out, the answer is `failed` like any other fault; where there is none for the
   // answer either, std::bad_alloc passes through. Nothing else does.
+  //
+  // Cost beside the handler's own: linear in the arguments and the tool's parameters.
   [[nodiscard]] ToolAnswer call(std::string_view tool, const Mapping& arguments,
                                 const CallOptions& options = {}) const;
   [[nodiscard]] ToolAnswer call(std::string_view tool, Mapping&& arguments,
                                 const CallOptions& options = {}) const;
 
-  // The tools in the order given. They live as long as any copy of the service.
+  // The tools in the order given. They live, as does what info() points to, as long as any copy of
+  // the service.
   [[nodiscard]] const ToolTable& tools() const noexcept;
   // What clients are shown of a tool beside its specification; null for an unknown name.
   [[nodiscard]] const ToolInfo* info(std::string_view tool) const noexcept;

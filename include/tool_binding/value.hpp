@@ -18,7 +18,9 @@
 // Nesting is limited by memory only: building, copying, comparing, showing and destroying a value
 // take linear time and do not recurse, however deep its lists and mappings are nested.
 //
-// Threads: const calls on one object are safe from many threads; others need a lock outside.
+// Threads: const calls on one object are safe from many threads; others need a lock outside. Values
+// share nothing but objects (see Object), so copies can go to different threads.
+//
 // Failure: whatever allocates may throw std::bad_alloc; a call that throws changes nothing, unless
 // it says otherwise.
 
@@ -52,12 +54,17 @@ class Mapping;
 class Value;
 
 // What a value can be. Integers of any size are of one kind; a whole float is a float.
+//
+//   Value(7).kind() == Kind::integer
+//   Value(7.0).kind() == Kind::float_
+//   Value("7").kind() == Kind::text
 enum class Kind : std::uint8_t { none, boolean, integer, float_, text, list, mapping, object };
 
-// "none", "boolean", "integer", "float", "text", "list", "mapping" or "object".
+// "none", "boolean", "integer", "float", "text", "list", "mapping" or "object". Valid forever.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string_view kind_name(Kind kind) noexcept;
 
-// A value of one kind where another is needed.
+// A value of one kind where another is needed. What the accessors of Value say has both kinds and
+// never the content.
 //
 //   Value(List{1}).as_text()   throws it: "expected a value of kind text, not list"
 class TOOL_BINDING_EXPORT TypeError : public std::logic_error {
@@ -68,7 +75,9 @@ class TOOL_BINDING_EXPORT TypeError : public std::logic_error {
 
 // Base of what a daemon passes through to its handlers (a repository, an engine) and the library
 // never looks into. Shown as `<NAME>`, NAME being the type name given here. Values that hold an
-// object share it; two of them are equal when they hold the same one.
+// object share it; two of them are equal when they hold the same one. The last of them destroys it,
+// on whichever thread that is. Const values give it out as non-const: what several threads change
+// in it must lock by itself.
 //
 //   struct Repository : Object {
 //     explicit Repository(std::string path) : Object("Repository"), root(std::move(path)) {}
@@ -91,7 +100,8 @@ class TOOL_BINDING_EXPORT Object {
 };
 
 // A whole number of any size, as an integer value holds it: 64 bits, or beyond them the exact
-// decimal digits with a "-" before a negative one. A view: valid as long as its Value is unchanged.
+// decimal digits, without leading zeros and with a "-" before a negative one. A number that fits 64
+// bits is never held as digits. A view: valid as long as its Value is unchanged.
 //
 //   const Value small = 7;
 //   small.as_integer().int64() == 7
@@ -137,6 +147,7 @@ class Integer {
 //   value.as_list()[0].as_int64() == 1
 //   value.as_list()[2].if_int64() == std::nullopt
 //   value.as_list()[2].as_int64()   throws TypeError: "expected a value of kind integer, not text"
+//   value.as_list()[1].is_integer() == false   // nor is 2.0: no accessor converts
 //
 // Views, references and pointers from accessors are valid until the Value is changed, moved or
 // destroyed: short text and small numbers are stored in the Value itself. Of a temporary,
@@ -145,8 +156,12 @@ class Integer {
 // Value is none.
 //
 // Equality: same kind and same content, so that 1 and 1.0 differ; floats compare as numbers do
-// (NaN equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity. Cost:
-// linear in the smaller value.
+// (NaN equals nothing, 0.0 equals -0.0), mappings with their order, objects by identity. There is
+// no order: values of different kinds have none. Cost: linear in the smaller value.
+//
+//   Value(1) != Value(1.0)
+//   Value(true) != Value(1)
+//   Value(Mapping{{"a", 1}, {"b", 2}}) != Value(Mapping{{"b", 2}, {"a", 1}})
 //
 // Cost: 16 bytes. None, booleans, 64-bit integers, floats and text of up to 15 bytes need no
 // allocation; copying anything else copies all that it holds.
@@ -158,7 +173,8 @@ class TOOL_BINDING_EXPORT Value {
   Value(T boolean) noexcept {
     set_payload(Tag::boolean, std::uint64_t{boolean});
   }
-  // Any integer type except the character types. An unsigned integer beyond std::int64_t allocates.
+  // Any integer type except the character types. An unsigned integer beyond std::int64_t allocates,
+  // and is_int64() is false of it.
   template <std::integral T>
   requires(!std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
            !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>)
@@ -169,12 +185,14 @@ class TOOL_BINDING_EXPORT Value {
       *this = integer_of(std::to_string(integer));
     }
   }
+  // Copies the digits, so that the value may outlive the one that `integer` is a view of.
   Value(const Integer& integer);
-  // float or double.
+  // float or double, infinities and NaN included. A long double does not compile.
   template <std::floating_point T>
   requires(sizeof(T) <= sizeof(double)) Value(T number)
   noexcept { set_payload(Tag::float_, double{number}); }
-  // Any bytes; they need not be UTF-8. A const char* must not be null.
+  // Copies the text: any bytes, zeros included; they need not be UTF-8. Of a const char*, which
+  // must not be null, what is before its first zero byte. Another pointer does not compile.
   Value(std::string_view text) {
     if (text.size() <= inline_capacity) {
       bytes_ = joined(inline_words(text));
@@ -188,6 +206,7 @@ class TOOL_BINDING_EXPORT Value {
   template <class T>
   requires(!std::same_as<std::remove_const_t<T>, char>) Value(T*)
   = delete;
+  // Moves the content, in one allocation whatever its size.
   Value(List items);
   Value(Mapping mapping);
   // The object is shared, never copied. A null pointer throws std::invalid_argument.
@@ -198,6 +217,7 @@ class TOOL_BINDING_EXPORT Value {
   Value(const Value& other) : bytes_(other.bytes_) {
     if (other.owns_heap()) copy_heap(other);
   }
+  // Cost: constant, and `other` is none afterwards.
   Value(Value&& other) noexcept : bytes_(other.bytes_) { other.bytes_ = {}; }
   Value& operator=(const Value& other) {
     if (this != &other) *this = Value(other);
@@ -219,6 +239,8 @@ class TOOL_BINDING_EXPORT Value {
   // the digits.
   //
   //   Value::integer_of("-007") == Value(-7)
+  //   Value::integer_of("-0") == Value(0)
+  //   display_form(Value::integer_of("18446744073709551616")) == "18446744073709551616"
   [[nodiscard]] static Value integer_of(std::string_view decimal);
 
   [[nodiscard]] Kind kind() const noexcept {
@@ -254,7 +276,8 @@ class TOOL_BINDING_EXPORT Value {
   }
 
   // An integer of 64 bits, signed. Of a larger one is_int64() is false, if_int64() is nothing and
-  // as_int64() throws std::overflow_error.
+  // as_int64() throws std::overflow_error, "the integer needs more than 64 bits", where a value of
+  // another kind throws TypeError.
   [[nodiscard]] bool is_int64() const noexcept { return tag() == Tag::small_integer; }
   [[nodiscard]] std::optional<std::int64_t> if_int64() const noexcept {
     return is_int64() ? std::optional(get_int64()) : std::nullopt;
@@ -339,8 +362,11 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] std::shared_ptr<Object> as_object() && { return std::as_const(*this).as_object(); }
   [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
   // The object as its class or a base of that. Null for another kind and for an object of another
-  // class.
-  //   context.at("repository").object_as<Repository>()
+  // class. Cost: a dynamic_cast.
+  //
+  //   const Value repository = std::make_shared<Repository>("/srv/code");
+  //   repository.object_as<Repository>()->root == "/srv/code"
+  //   repository.object_as<Engine>() == nullptr
   template <std::derived_from<Object> T>
   [[nodiscard]] std::shared_ptr<T> object_as() const noexcept {
     return is_object() ? std::dynamic_pointer_cast<T>(get_object()) : nullptr;
@@ -473,7 +499,16 @@ inline Value::Words Value::inline_words(std::string_view text) noexcept {
 //   List{Value(List{1}), 2}    [[1], 2]
 //
 // A list among the items is written as a Value: compilers disagree on what List{List{1}} would mean
-// otherwise. List{List{1}, 2} does not compile. Destroying and copying do not recurse.
+// otherwise. List{List{1}, 2} does not compile.
+//
+//   List items{1, 2};
+//   items.push_back(List{3});                                       // [1, 2, [3]]
+//   items.insert(items.end(), {"a", "b"});                          // [1, 2, [3], 'a', 'b']
+//   std::erase_if(items, [](const Value& v) { return v.is_text(); });   // [1, 2, [3]]
+//
+// References, pointers and iterators are valid as a vector's are. at() throws std::out_of_range,
+// operator[] checks nothing. Moving takes constant time and leaves the list empty. Destroying and
+// copying do not recurse.
 class List : public std::vector<Value> {
  public:
   // What braces take: anything a Value is made of, but a List. It is moved from once.
@@ -513,12 +548,22 @@ class List : public std::vector<Value> {
 //
 // Keys are Values of any kind but list and mapping. Requests, and all that the library builds, have
 // only text keys, and only text is looked up in constant time; for a key of another kind all keys
-// are searched.
-// References, views and iterators are valid until the next set(), erase() or reserve(). A
-// moved-from mapping is empty.
+// are searched. Keys of different kinds are different:
+//
+//   Mapping mixed{{"1", "text"}};
+//   mixed.set(1, "integer");                                        // {'1': 'text', 1: 'integer'}
+//   mixed.at("1").as_text() == "text"
+//   mixed.find_key(1)->as_text() == "integer"
+//
+// References, views and iterators are valid until the next set(), erase(), reserve() or assignment;
+// moving the mapping keeps them valid, for the mapping that it was moved to. A moved-from mapping
+// is empty.
+//
+// Equality: the same keys in the same order, with equal values.
 //
 // Cost: one allocation for up to some sixteen names, then an index beside them. The index hashes
-// with a key of its own process, so that no client can choose names that collide.
+// with a key of its own process, so that no client can choose names that collide. More than a
+// billion names throw std::length_error.
 class TOOL_BINDING_EXPORT Mapping {
  public:
   // A name and its value. The value can be changed in place, the name cannot: an entry cannot be
@@ -535,7 +580,8 @@ class TOOL_BINDING_EXPORT Mapping {
     ~Entry() = default;
 
     [[nodiscard]] const Value& key() const noexcept { return key_; }
-    // The key's text. Precondition, asserted in debug builds: the key is text.
+    // The key's text, a view into the entry. Precondition, asserted in debug builds: the key is
+    // text.
     [[nodiscard]] std::string_view name() const noexcept { return key_.get_text(); }
 
     // For structured bindings: the name, then the value. Throws TypeError when the key is not text.
@@ -584,20 +630,23 @@ class TOOL_BINDING_EXPORT Mapping {
     return *this;
   }
   ~Mapping() = default;
-  // A repeated name keeps its first position and takes the later value.
+  // A repeated name keeps its first position and takes the later value. The values are copied, as
+  // they are from any std::initializer_list: move what is large in with set().
   Mapping(std::initializer_list<std::pair<std::string_view, Value>> entries);
 
   [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
   [[nodiscard]] bool empty() const noexcept { return entries_.empty(); }
-  // Makes room for so many names, so that adding them allocates nothing more.
+  // Makes room for so many names in all, so that adding them allocates nothing but what keys and
+  // values need themselves. Never makes it smaller.
   void reserve(std::size_t count);
 
+  // Entries in order, at random access.
   [[nodiscard]] const_iterator begin() const noexcept { return entries_.begin(); }
   [[nodiscard]] const_iterator end() const noexcept { return entries_.end(); }
   [[nodiscard]] iterator begin() noexcept { return entries_.begin(); }
   [[nodiscard]] iterator end() noexcept { return entries_.end(); }
 
-  // The value under a text key, or null. Cost: constant.
+  // The value under a text key, exact bytes, or null. Cost: constant.
   [[nodiscard]] const Value* find(std::string_view name) const& noexcept;
   [[nodiscard]] Value* find(std::string_view name) & noexcept {
     return const_cast<Value*>(std::as_const(*this).find(name));
@@ -612,7 +661,8 @@ class TOOL_BINDING_EXPORT Mapping {
   [[nodiscard]] bool contains(std::string_view name) const noexcept {
     return std::as_const(*this).find(name) != nullptr;
   }
-  // Throws std::out_of_range, whose message has the name, when it is absent.
+  // Throws std::out_of_range when the name is absent: "the mapping has no 'b'", with what is not
+  // printable in the name escaped. Of a temporary, the value itself, moved out.
   [[nodiscard]] const Value& at(std::string_view name) const&;
   [[nodiscard]] Value& at(std::string_view name) & {
     return const_cast<Value&>(std::as_const(*this).at(name));
@@ -620,7 +670,11 @@ class TOOL_BINDING_EXPORT Mapping {
   [[nodiscard]] Value at(std::string_view name) && { return std::move(at(name)); }
 
   // Adds an entry at the end, or replaces the value of the one with that key. Returns the value in
-  // the mapping. Throws TypeError when the key is a list or a mapping. Cost: constant, amortised.
+  // the mapping. Throws TypeError when the key is a list or a mapping. Cost: constant, amortised;
+  // for a key that is not text, linear in the number of entries.
+  //
+  //   mapping.set("paths", List{}).as_list().push_back("src")
+  //   mapping.set("copy", mapping.at("paths"))   // safe: the value is copied first
   Value& set(Value key, Value value);
 
   // Removes the entry of a text key; those behind it move up. Returns whether there was one. Throws
@@ -655,23 +709,30 @@ class TOOL_BINDING_EXPORT Mapping {
 //
 //   text_form("it's") == "it's"
 //   text_form(List{1, "a"}) == "[1, 'a']"
+//   text_form(2.0) == "2.0"
+//   text_form(Value()) == "None"
 [[nodiscard]] TOOL_BINDING_EXPORT std::string text_form(const Value& value);
 
 // How a message shows a value: None, True, -7, 2.5, 1e+16, 'text', [1, 'a'], {'a': 1}, <NAME>.
 // Text is shown in single quotes, or in double quotes when it holds a single and no double one;
 // in it, what is not printable is escaped (\t \n \r \xhh \uhhhh \Uhhhhhhhh), so that the result is
-// one line and cannot turn the direction of text around it.
-// Floats: the shortest digits that read back as the same float. Cost: linear in what is shown.
+// one line and cannot turn the direction of text around it. A stray byte is shown as its code
+// point, so that the result is always valid UTF-8. Nothing is shortened: bound what you log.
+// Floats: the shortest digits that read back as the same float, from 1e16 on and below 1e-4 with an
+// exponent; inf, -inf, nan. Cost: linear in what is shown.
 //
 //   display_form("it's") == "\"it's\""
 //   display_form(Mapping{{"n", 5.0}, {"paths", List{"a\n"}}}) == "{'n': 5.0, 'paths': ['a\\n']}"
+//   display_form("\x80") == "'\\udc80'"
+//   display_form(0.00001) == "1e-05"
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Value& value);
 
 // The same of a mapping or a list that is not in a Value, without a copy of it.
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const Mapping& mapping);
 [[nodiscard]] TOOL_BINDING_EXPORT std::string display_form(const List& list);
 
-// Writes the display_form: for logs, and for what a test prints.
+// Writes the display_form: for logs, and for what a test prints. The stream's width and fill apply
+// to the whole of it, and no other format does.
 TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const Value& value);
 TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const Mapping& mapping);
 TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const List& list);

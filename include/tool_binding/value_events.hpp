@@ -7,7 +7,10 @@
 //   visit_events(value, builder);   // the events of a value build an equal value
 //   builder.take() == value
 //
-// Neither direction recurses, however deep a value is nested. Both take linear time.
+// Neither direction recurses, however deep a value is nested. Both take linear time, and memory of
+// their own only for the lists and mappings around the current value.
+//
+// Threads: a builder is used by one thread at a time; a value may be walked by several at once.
 
 #include <cstddef>
 #include <string_view>
@@ -24,6 +27,9 @@ namespace tool_binding {
 //   begin_list(const List&), its items, end_list()
 //   begin_mapping(const Mapping&), key(const Value&) before each value, end_mapping()
 //   leaf(const Value&) for every other kind
+//
+// The references are to what is walked, and valid as long as it is. A class that lacks a call does
+// not compile where it is used, with the call that is missing in the compiler's message.
 template <class Events>
 concept ValueEvents = requires(Events& events, const List& list, const Mapping& mapping,
                                const Value& value) {
@@ -35,7 +41,9 @@ concept ValueEvents = requires(Events& events, const List& list, const Mapping& 
   events.leaf(value);
 };
 
-// Walks one value, a list or a mapping with its own list of what is open. Used by visit_events.
+// How visit_events does it: the containers that are open, outermost first, each with the position
+// of its next item. enter() calls `events` for a leaf at once and opens a container; finish() walks
+// all that is open to its end.
 template <ValueEvents Events>
 class EventWalk {
  public:
@@ -121,7 +129,7 @@ void visit_events(const Root& root, Events& events) {
 }
 
 // Builds one value from events in their order. A repeated key takes the later value and keeps its
-// first position.
+// first position. Cost: linear in the events; what is built is never copied.
 //
 //   ValueBuilder builder;
 //   builder.begin_mapping();
@@ -145,18 +153,25 @@ class TOOL_BINDING_EXPORT ValueBuilder {
   void begin_list();
   void end_list();
   void begin_mapping();
-  // Throws TypeError when the key is a list or a mapping.
+  // Throws TypeError when the key is a list or a mapping; the builder goes on as if it had not been
+  // called.
   void key(Value key);
   void end_mapping();
   void leaf(Value value);
 
-  // The forms that visit_events calls: they make room for as many items or names.
+  // The forms that visit_events calls: they make room for as many items or names, and copy none.
   void begin_list(const List& list);
   void begin_mapping(const Mapping& mapping);
 
   // How many lists and mappings are open.
   [[nodiscard]] std::size_t depth() const noexcept { return open_.size(); }
   // The built value, none before any event; whatever is open ends here. The builder is then as new.
+  // Cost: constant.
+  //
+  //   builder.begin_list();
+  //   builder.leaf(1);
+  //   builder.take() == Value(List{1})   // although end_list() never came
+  //   builder.take().is_none()
   [[nodiscard]] Value take() noexcept;
 
  private:

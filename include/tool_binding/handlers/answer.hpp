@@ -2,6 +2,13 @@
 #define TOOL_BINDING_HANDLERS_ANSWER_HPP_
 
 // What a handler returns, and what it can ask and say while it runs. Included by handlers.hpp.
+//
+//   [](const Search& request, Call& call) -> Answer {
+//     const auto hits = find(request.query);
+//     if (hits.empty()) throw ToolError("No hit for '" + request.query + "': try fewer words.");
+//     call.note("the index is an hour old");
+//     return {.content = {TextContent{lines_of(hits)}}, .structured = list_of(hits)};
+//   }
 
 #include <cstdint>
 #include <functional>
@@ -21,7 +28,8 @@
 namespace tool_binding {
 
 // One block of an answer. `data` and `blob` are the bytes themselves: whoever sends them encodes
-// them. Text is UTF-8.
+// them. Text is UTF-8; any other bytes in it are escaped as json_text escapes them, which strict
+// clients refuse. URIs and MIME types are passed on unchecked.
 struct TextContent {
   std::string text;
   friend bool operator==(const TextContent&, const TextContent&) = default;
@@ -62,7 +70,7 @@ using Content =
 //   return Answer{.content = {TextContent{"2 hits"}}, .structured = Mapping{{"hits", 2}}};
 //   return Answer{.content = {TextContent{"The index is being built."}}, .is_error = true};
 //
-// Structured content without a block of text gets its JSON as the first block.
+// A service adds the JSON of structured content as the first block, unless there is a text already.
 struct Answer {
   std::vector<Content> content = {};
   // A mapping or a list; none: there is no structured content. Any other kind is a fault of the
@@ -74,19 +82,27 @@ struct Answer {
   friend bool operator==(const Answer&, const Answer&) = default;
 };
 
-// A block of content in the form in which the protocol sends it, bytes in base64: {"type": "image",
-// "data": "iVBO...", "mimeType": "image/png"}.
+// A block of content in the form in which the protocol sends it, bytes in base64.
+//
+//   content_mapping(ImageContent{"\x89PNG", "image/png"}) ==
+//       Mapping{{"type", "image"}, {"data", "iVBORw=="}, {"mimeType", "image/png"}}
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping content_mapping(const Content& content);
 
-// The answer as one value, in the form in which the protocol sends it: {"content": [{"type":
-// "text", "text": ...}, ...], "structuredContent": ..., "isError": true}, the last two only where
-// they say something. Bytes are encoded in base64.
+// The answer as one value, in the form in which the protocol sends it, bytes in base64. Nothing is
+// checked or added: structured content of any kind is taken over, and gets no block of text.
+//
+//   answer_mapping({.content = {TextContent{"2 hits"}}, .structured = Mapping{{"hits", 2}}}) ==
+//       Mapping{{"content", List{Mapping{{"type", "text"}, {"text", "2 hits"}}}},
+//               {"structuredContent", Mapping{{"hits", 2}}}}
+//   answer_mapping({.is_error = true}) == Mapping{{"content", List{}}, {"isError", true}}
 [[nodiscard]] TOOL_BINDING_EXPORT Mapping answer_mapping(const Answer& answer);
 
 // A handler's error whose text is meant for the client: say what to send instead. Any other
-// exception of a handler is hidden from the client.
+// exception of a handler is hidden from the client. What the text repeats of the request is shown
+// as it is: display_form() makes it one printable line.
 //
-//   throw ToolError("There is no branch 'mian'. Branches: main, next.");
+//   throw ToolError("There is no branch " + display_form(name) + ". Branches: main, next.");
+//   // the client reads: There is no branch 'mian'. Branches: main, next.
 class TOOL_BINDING_EXPORT ToolError : public std::runtime_error {
  public:
   explicit ToolError(std::string message);
@@ -108,7 +124,9 @@ struct Progress {
 
 struct HandlerFault;  // tool_service.hpp
 
-// What a caller gives along with a request. All of it may be left out.
+// What a caller gives along with a request. All of it may be left out. The functions are called on
+// the thread of the call, during it alone, except that a handler may report progress from another
+// thread of its own.
 struct CallOptions {
   // The request's id, where the transport has one.
   Value request_id = {};
@@ -117,7 +135,8 @@ struct CallOptions {
   // Takes each report of progress, on the thread that reports it. What it throws, the handler's
   // call to Call::progress throws.
   std::function<void(const Progress&)> progress = {};
-  // Called instead of ServiceOptions::log where that is empty.
+  // Called instead of ServiceOptions::log where that is empty, so that a transport can log what a
+  // service has no log for. What it throws is dropped.
   std::function<void(const HandlerFault&)> log = {};
 };
 
@@ -128,6 +147,12 @@ struct CallOptions {
 //     call.progress(1, 3);
 //     if (call.stop_requested()) throw ToolError("stopped");
 //     ...
+//
+// A test calls the function with one of its own:
+//
+//   Call call;
+//   search({.query = "main"}, call);
+//   call.notes() == std::vector<std::string>{"the index is an hour old"}
 //
 // Valid until the handler returns; to be used by one thread at a time. stop_token() may be handed
 // to other threads.
@@ -156,7 +181,8 @@ class TOOL_BINDING_EXPORT Call {
 
   // Whether the client takes reports of progress. Where it does not, reporting costs nothing.
   [[nodiscard]] bool wants_progress() const noexcept { return options_->progress != nullptr; }
-  // `progress` should rise from call to call: a transport may drop a report that does not.
+  // `progress` should rise from call to call: a transport may drop a report that does not. Throws
+  // what CallOptions::progress throws.
   void progress(double progress, std::optional<double> total = {}, std::string message = {}) const;
 
  private:

@@ -167,8 +167,7 @@ constexpr CppKind kind_of() noexcept {
   return CppKind::unsupported;
 }
 
-// What can stand in a vector is anything but a list, and what can stand in an optional anything but
-// another.
+// A vector has items of any kind but lists, and an optional holds anything but another optional.
 template <class T>
 inline constexpr CppKind parameter_kind = kind_of<typename Unwrapped<T>::Type>();
 template <class T>

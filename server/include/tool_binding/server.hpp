@@ -41,16 +41,21 @@
 
 namespace tool_binding {
 
+// Who may share a kept list of tools: everybody, or only the user who asked for it.
 enum class CacheScope : std::uint8_t { public_, private_ };
 
+// What a server says of itself, and its limits.
 struct ServerOptions {
+  // What clients show and log. Neither may be empty.
   std::string name;
   std::string version;
+  // For people; empty: not said.
   std::string title = {};
   // For the model: how the tools work together.
   std::string instructions = {};
   WireOptions wire = {};
-  // How long a client may keep the list of tools, and whether other users may share it.
+  // How long a client may keep the list of tools, and whether other users may share it. Said to
+  // clients of revision 2026-07-28 alone. 0: it should ask again each time.
   std::chrono::milliseconds tools_ttl{0};
   CacheScope cache_scope = CacheScope::private_;
   // A message nested deeper is not read.
@@ -66,9 +71,11 @@ struct ServerOptions {
 
 struct CallRecord;  // private
 
-// One call of a tool that waits for its handler. Copies denote the same call.
+// One call of a tool that waits for its handler. Copies denote the same call, and may outlive the
+// session. Its members may be called on any thread.
 class TOOL_BINDING_EXPORT ServerCall {
  public:
+  // Valid as long as any copy of the call.
   [[nodiscard]] std::string_view tool() const noexcept;
   // Asked to stop when the client cancels the call and when it expires.
   [[nodiscard]] std::stop_token stop_token() const noexcept;
@@ -82,13 +89,24 @@ class TOOL_BINDING_EXPORT ServerCall {
   std::shared_ptr<CallRecord> record_;
 };
 
-// The result of one message.
+// The result of one message. Both are empty for a notification, and for a response, which nobody
+// has asked for.
 struct Received {
   std::vector<std::string> answers;  // lines to be sent now
   std::vector<ServerCall> calls;     // each to be run once, here or on another thread
 };
 
 // One client's side of a conversation. Every answer is one line of JSON, without its line break.
+//
+// Of a service with a tool "ping", after `initialize`:
+//
+//   session.receive(R"({"jsonrpc":"2.0","id":1,"method":"drop"})").answers[0] ==
+//       R"({"jsonrpc":"2.0","id":1,"error":{"code": -32601, "message": )"
+//       R"("there is no method 'drop'"}})"
+//   const Received received = session.receive(
+//       R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"ping"}})");
+//   session.run(received.calls[0], {}) ==
+//       R"({"jsonrpc":"2.0","id":2,"result":{"content": [{"type": "text", "text": "pong"}]}})"
 //
 // Threads: receive() is for one thread at a time; all others may be called on any thread at any
 // time. Neither looks at a clock, starts a thread or waits for anything but a handler.
@@ -118,7 +136,8 @@ class TOOL_BINDING_EXPORT ServerSession {
   // The answer to a call that has run for too long, or nothing when it is over. Asks its handler to
   // stop. `limit` is for the answer's text.
   [[nodiscard]] std::string expire(const ServerCall& call, std::chrono::milliseconds limit);
-  // Ends all calls without an answer and asks their handlers to stop: the client is gone.
+  // Ends all calls without an answer and asks their handlers to stop: the client is gone. Waits for
+  // none of them; their run() returns an empty line.
   void cancel_all();
 
   // How many calls run or wait.

@@ -20,6 +20,7 @@
 
 namespace tool_binding {
 
+// Limits of a transport. The defaults are for a server that one host starts for one user.
 struct StdioOptions {
   // How many handlers run at once. Answers come in the order in which handlers finish.
   std::size_t workers = 4;
