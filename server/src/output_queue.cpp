@@ -1,33 +1,95 @@
 #include "output_queue.hpp"
 
-namespace tool_binding {
+#include <poll.h>
+#include <unistd.h>
 
-void OutputQueue::push(std::string_view line) {
+#include <cerrno>
+#include <climits>
+#include <utility>
+
+namespace tool_binding {
+namespace {
+
+bool wait_writable(int descriptor, int time) {
+  pollfd writable{descriptor, POLLOUT, 0};
+  return poll(&writable, 1, time) == 1;
+}
+
+// Removes what is written. False when nobody reads any more.
+bool write_some(int descriptor, std::string_view& bytes) {
+  const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+  if (written < 0) return errno == EAGAIN || errno == EINTR;
+  bytes.remove_prefix(static_cast<std::size_t>(written));
+  return true;
+}
+
+bool write_all(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    if (!write_some(descriptor, bytes)) return false;
+    // The client may have made its end, and so ours, non-blocking.
+    if (!bytes.empty()) wait_writable(descriptor, -1);
+  }
+  return true;
+}
+
+}  // namespace
+
+void OutputQueue::push(std::string_view line, bool is_alone) {
   std::unique_lock lock(mutex_);
   writable_.wait(lock, [&] { return broken_ || lines_.size() <= limit_; });
-  add(line);
+  add(std::move(lock), line, is_alone);
 }
 
 void OutputQueue::push_if_room(std::string_view line) {
-  const std::lock_guard lock(mutex_);
-  if (lines_.size() <= limit_) add(line);
-}
-
-void OutputQueue::add(std::string_view line) {
-  if (closed_ || broken_) return;
-  if (lines_.empty()) readable_.notify_one();
-  lines_.append(line) += '\n';
-}
-
-bool OutputQueue::take(std::string& lines) {
-  constexpr std::size_t kept_capacity = std::size_t{1} << 20;
-  lines.clear();
-  if (lines.capacity() > kept_capacity) lines = std::string();
   std::unique_lock lock(mutex_);
-  readable_.wait(lock, [&] { return closed_ || broken_ || !lines_.empty(); });
-  lines.swap(lines_);
+  if (lines_.size() <= limit_) add(std::move(lock), line, false);
+}
+
+// Where others wait or are written already, who writes them takes this one too.
+void OutputQueue::add(std::unique_lock<std::mutex> lock, std::string_view line, bool is_alone) {
+  if (closed_ || broken_) return;
+  const bool is_first = lines_.empty() && !is_writing_;
+  lines_.append(line) += '\n';
+  if (!is_first) return;
+  if (is_alone) write_at_once(lock);
+  const bool has_more = !lines_.empty() || closed_ || broken_;
+  lock.unlock();
+  if (has_more) readable_.notify_one();
+}
+
+// A pipe that is writable takes PIPE_BUF bytes without waiting.
+void OutputQueue::write_at_once(std::unique_lock<std::mutex>& lock) {
+  if (lines_.size() > PIPE_BUF) return;
+  const std::string lines = start_writing(lock);
+  std::string_view rest = lines;
+  const bool has_reader = !wait_writable(descriptor_, 0) || write_some(descriptor_, rest);
+  end_writing(lock, has_reader);
+  lines_.insert(0, rest);
+}
+
+void OutputQueue::write() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    readable_.wait(lock, [&] { return broken_ || (!is_writing_ && (closed_ || !lines_.empty())); });
+    if (broken_ || lines_.empty()) return;
+    const std::string lines = start_writing(lock);
+    const bool has_reader = write_all(descriptor_, lines);
+    end_writing(lock, has_reader);
+  }
+}
+
+std::string OutputQueue::start_writing(std::unique_lock<std::mutex>& lock) {
+  std::string lines = std::exchange(lines_, {});
+  is_writing_ = true;
+  lock.unlock();
   writable_.notify_all();
-  return !broken_ && !lines.empty();
+  return lines;
+}
+
+void OutputQueue::end_writing(std::unique_lock<std::mutex>& lock, bool has_reader) {
+  if (!has_reader) break_off();
+  lock.lock();
+  is_writing_ = false;
 }
 
 void OutputQueue::close() {

@@ -9,19 +9,21 @@
 
 namespace tool_binding {
 
-// Lines from any thread for one writer, which takes all that wait at once.
+// Lines from any thread to a descriptor, each whole and in the order in which they are pushed. They
+// are left to the thread in write(), which writes all that wait at once. A thread that pushes a line
+// alone may write it itself, where nothing waits and the descriptor takes it without waiting.
 class OutputQueue {
  public:
-  explicit OutputQueue(std::size_t limit) noexcept : limit_(limit) {}
+  OutputQueue(int descriptor, std::size_t limit) noexcept
+      : descriptor_(descriptor), limit_(limit) {}
 
   // Adds a line and its line break. Waits while more than `limit` bytes wait. Does nothing once the
-  // queue is closed or broken.
-  void push(std::string_view line);
+  // queue is closed or broken. `is_alone`: no other line is soon to come.
+  void push(std::string_view line, bool is_alone = false);
   // Drops the line instead of waiting.
   void push_if_room(std::string_view line);
-  // Swaps what waits with `lines`, which are written. Waits for something; false when nothing will
-  // come any more.
-  [[nodiscard]] bool take(std::string& lines);
+  // Writes what waits until the queue is closed and all is written, or nobody reads any more.
+  void write();
   // Nothing more will be pushed.
   void close();
   // Nothing can be written any more.
@@ -29,13 +31,19 @@ class OutputQueue {
   [[nodiscard]] bool is_broken() const;
 
  private:
-  void add(std::string_view line);
+  void add(std::unique_lock<std::mutex> lock, std::string_view line, bool is_alone);
+  void write_at_once(std::unique_lock<std::mutex>& lock);
+  // What waits, with the lock given up for the time of writing.
+  [[nodiscard]] std::string start_writing(std::unique_lock<std::mutex>& lock);
+  void end_writing(std::unique_lock<std::mutex>& lock, bool has_reader);
 
+  const int descriptor_;
   const std::size_t limit_;
   mutable std::mutex mutex_;
   std::condition_variable readable_;
   std::condition_variable writable_;
   std::string lines_;
+  bool is_writing_ = false;  // one thread does, without the lock
   bool closed_ = false;
   bool broken_ = false;
 };

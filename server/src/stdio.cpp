@@ -49,29 +49,14 @@ void log_to_standard_error(const std::string& server, std::string_view line) {
   [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
 }
 
-// False when nobody reads any more.
-bool write_all(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-    if (written >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno == EAGAIN) {  // the client made its end, and so ours, non-blocking
-      pollfd writable{descriptor, POLLOUT, 0};
-      poll(&writable, 1, -1);
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
-}
-
 int poll_time(std::optional<Workers::Clock::duration> time) {
   if (!time) return -1;
   const auto whole = std::chrono::ceil<std::chrono::milliseconds>(*time).count();
   return static_cast<int>(std::clamp<std::int64_t>(whole, 0, std::numeric_limits<int>::max()));
 }
 
-// The threads around a session: this one reads, one writes, the workers call handlers.
+// The threads around a session: this one reads, the workers call handlers, another one writes. A
+// worker writes its answer itself where no other call runs.
 class Loop {
  public:
   Loop(int input, int output, const ToolService& service, ServerOptions options,
@@ -81,7 +66,7 @@ class Loop {
         stdio_(stdio),
         session_(service, std::move(options)),
         lines_(stdio.line_limit),
-        answers_(stdio.output_limit),
+        answers_(output, stdio.output_limit),
         workers_(stdio.workers, stdio.time_limit, [this](const ServerCall& call) { run(call); }),
         writer_([this] { write(); }) {}
 
@@ -154,7 +139,7 @@ void Loop::take(const LineBuffer::Line& line) {
 void Loop::run(const ServerCall& call) noexcept {
   const std::string answer =
       session_.run(call, [this](const std::string& line) { answers_.push_if_room(line); });
-  if (!answer.empty()) answers_.push(answer);
+  if (!answer.empty()) answers_.push(answer, session_.calls() == 0);
 }
 
 void Loop::expire_overdue() {
@@ -165,11 +150,7 @@ void Loop::expire_overdue() {
 }
 
 void Loop::write() {
-  for (std::string lines; answers_.take(lines);) {
-    if (write_all(output_, lines)) continue;
-    answers_.break_off();
-    break;
-  }
+  answers_.write();
   const std::lock_guard lock(written_mutex_);
   has_written_ = true;
   written_.notify_all();

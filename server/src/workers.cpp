@@ -40,21 +40,23 @@ bool Workers::take_next(Worker& worker) {
 
 void Workers::push(ServerCall call) {
   constexpr std::size_t few = 1000;
-  const std::lock_guard lock(mutex_);
+  if (!look_at_ && time_limit_.count() != 0) look_at_ = Clock::now() + time_limit_;
+  std::unique_lock lock(mutex_);
   // Cancelled calls must not pile up behind handlers that take long.
   if (waiting_.size() >= 2 * swept_ + few) {
     std::erase_if(waiting_, [](const ServerCall& waiting) { return waiting.is_over(); });
     swept_ = waiting_.size();
   }
   waiting_.push_back(std::move(call));
+  lock.unlock();
   pushed_.notify_one();
 }
 
 std::vector<ServerCall> Workers::take_overdue() {
-  if (time_limit_.count() == 0) return {};
+  const Clock::time_point now = Clock::now();
+  if (!look_at_ || *look_at_ > now) return {};
   std::vector<ServerCall> overdue;
   const std::lock_guard lock(mutex_);
-  const Clock::time_point now = Clock::now();
   for (Worker& worker : workers_) {
     if (!worker.call || worker.is_replaced || worker.deadline > now) continue;
     overdue.push_back(*worker.call);
@@ -65,20 +67,22 @@ std::vector<ServerCall> Workers::take_overdue() {
     worker.is_replaced = true;
     start_one();
   }
+  set_next_look(now);
   return overdue;
 }
 
-std::optional<Workers::Clock::duration> Workers::time_to_next() {
-  if (time_limit_.count() == 0) return std::nullopt;
-  const std::lock_guard lock(mutex_);
-  const Clock::time_point now = Clock::now();
-  std::optional<Clock::duration> least;
-  if (!waiting_.empty()) least = time_limit_;
+void Workers::set_next_look(Clock::time_point now) {
+  look_at_.reset();
+  if (!waiting_.empty()) look_at_ = now + time_limit_;
   for (const Worker& worker : workers_) {
     if (!worker.call || worker.is_replaced) continue;
-    least = std::min(least.value_or(Clock::duration::max()), worker.deadline - now);
+    look_at_ = std::min(look_at_.value_or(worker.deadline), worker.deadline);
   }
-  return least;
+}
+
+std::optional<Workers::Clock::duration> Workers::time_to_next() const {
+  if (!look_at_) return std::nullopt;
+  return *look_at_ - Clock::now();
 }
 
 void Workers::close() {

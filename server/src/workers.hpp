@@ -34,8 +34,9 @@ class Workers {
   // The calls that have run for too long since it was last asked. A thread that goes on with one
   // is replaced.
   [[nodiscard]] std::vector<ServerCall> take_overdue();
-  // How long take_overdue() returns nothing, if no call is pushed; nothing: for ever.
-  [[nodiscard]] std::optional<Clock::duration> time_to_next();
+  // How long take_overdue() returns nothing, if no call is pushed; nothing: for ever. Cheap, as
+  // take_overdue() is before that time.
+  [[nodiscard]] std::optional<Clock::duration> time_to_next() const;
   // No call is pushed any more.
   void close();
   // Waits until close() has ended every thread. False when it takes longer than this.
@@ -52,10 +53,13 @@ class Workers {
   void start_one();
   void work(Worker& worker);
   [[nodiscard]] bool take_next(Worker& worker);
+  void set_next_look(Clock::time_point now);
 
   const std::size_t most_threads_;
   const std::chrono::milliseconds time_limit_;
   const Run run_;
+  // No call is overdue before. For the one other thread.
+  std::optional<Clock::time_point> look_at_;
   std::mutex mutex_;
   std::condition_variable pushed_;
   std::condition_variable ended_;
