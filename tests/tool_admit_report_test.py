@@ -200,7 +200,11 @@ def main():
         half_way.write_bytes(run("--merge", *parts[:3]))
         half_way.write_text(json.dumps(json.loads(half_way.read_bytes()), indent=2))
         assert run("--merge", *parts[3:], half_way) == whole
-        check_cap(directory)
+        check_cap(directory, (), 1000)
+        tools = [{"name": name, "inputSchema": {"properties": {"query": {"type": "string"}}}}
+                 for name in ("search", *(f"tool{n}" for n in range(999)))]
+        (directory / "many.json").write_text(json.dumps(tools))
+        check_cap(directory, ("--tools", directory / "many.json"), 100)
         check_what_is_proposed(directory)
 
 
@@ -231,8 +235,8 @@ def check_what_is_proposed(directory):
         assert not set(names[-1][:2]) & set(page.decode())
 
 
-def check_cap(directory):
-    """Beyond the cap parts still add up to the whole, and a near name keeps its exact count."""
+def check_cap(directory, options, cap):
+    """Beyond the cap, which many tools share, parts still add up to the whole, and a near name keeps its exact count."""
     names = [f"junk_{n:05}" for n in range(3000)] + ["qeury"] * 500
     random.shuffle(names)
     lines = [json.dumps({"tool": "search", "arguments": {"query": "x", name: 1}}) for name in names]
@@ -241,13 +245,13 @@ def check_cap(directory):
         part = directory / f"part{number}"
         part.write_text("\n".join(lines[number::2]))
         parts.append(directory / f"part{number}.json")
-        parts[-1].write_bytes(run("--report", "json", part))
+        parts[-1].write_bytes(run(*options, "--report", "json", part))
     (directory / "all").write_text("\n".join(lines))
-    whole = run("--report", "json", directory / "all")
+    whole = run(*options, "--report", "json", directory / "all")
     assert run("--merge", *parts) == whole
     counted = json.loads(whole)["tools"]["search"]
     assert counted["unknown_names"][0]["count"] == 500
-    assert len(counted["unknown_names"]) == 1000
+    assert len(counted["unknown_names"]) == cap
     assert sum(name["count"] for name in counted["unknown_names"]) + counted["unknown_names_beyond_cap"] == 3500
 
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -147,14 +148,27 @@ void BlockReader::find_format() {
 }
 
 // A failure ends the input: what was read before it is handed on first.
-std::size_t BlockReader::read_more(char* to, std::size_t size) {
+std::size_t BlockReader::read_more(std::string& block) {
+  const std::size_t size = block.size();
+  std::size_t count = 0;
   try {
+    block.resize(size + std::max(block_size, size));
     if (position_ == 0) find_format();
-    return gzip_ ? gzip_->read(to, size) : read_file(to, size);
+    char* const to = block.data() + size;
+    count = gzip_ ? gzip_->read(to, block.size() - size) : read_file(to, block.size() - size);
   } catch (const std::runtime_error&) {
     failure_ = std::current_exception();
-    return 0;
+  } catch (const std::bad_alloc&) {
+    failure_ = std::make_exception_ptr(std::runtime_error(too_long_line(size)));
   }
+  block.resize(size + count);
+  return count;
+}
+
+std::string BlockReader::too_long_line(std::size_t size) const {
+  return "cannot read " + name_ + ": there is no memory left for a line of more than " +
+         std::to_string(size >> 20) +
+         " MiB: shorten it, raise the limit on memory or use fewer --jobs";
 }
 
 bool BlockReader::is_more_waiting() const {
@@ -169,10 +183,7 @@ bool BlockReader::next(std::string& block) {
   std::size_t end = 0;  // of the last whole line
   while (!is_at_end_ && (end == 0 || (block.size() < block_size && is_more_waiting()))) {
     const std::size_t size = block.size();
-    block.resize(size + std::max(block_size, size));
-    const std::size_t count = read_more(block.data() + size, block.size() - size);
-    block.resize(size + count);
-    is_at_end_ = count == 0;
+    is_at_end_ = read_more(block) == 0;
     const std::size_t line_feed = std::string_view(block).substr(size).rfind('\n');
     if (line_feed != block.npos) end = size + line_feed + 1;
   }

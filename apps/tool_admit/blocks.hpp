@@ -27,8 +27,9 @@ void write_out(std::string_view bytes);
 //
 // Memory: a block, or the longest line if that is longer. From a terminal or a pipe, a block ends
 // where nothing more is waiting, so that what it asks can be answered at once.
-// Throws std::runtime_error, which names the file, when it cannot be read or when compressed data
-// is faulty or ends too early; the whole lines before that come first.
+// Throws std::runtime_error, which names the file, when it cannot be read, when compressed data is
+// faulty or ends too early, or when there is no memory for a line; the whole lines before that come
+// first.
 class BlockReader {
  public:
   // Nothing: standard input.
@@ -50,7 +51,8 @@ class BlockReader {
   class Gzip;
 
   [[nodiscard]] std::size_t read_file(char* to, std::size_t size);
-  [[nodiscard]] std::size_t read_more(char* to, std::size_t size);
+  [[nodiscard]] std::size_t read_more(std::string& block);
+  [[nodiscard]] std::string too_long_line(std::size_t size) const;
   [[nodiscard]] bool is_more_waiting() const;
   void find_format();
 

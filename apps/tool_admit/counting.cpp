@@ -128,6 +128,7 @@ ToolCounter::ToolCounter(const ToolSpec& spec, bool keeps_values)
     names_.insert(names_.end(), param.synonyms.begin(), param.synonyms.end());
     counts_.params.emplace_back(param.name, ParamCounts{.synonyms = param.synonyms});
   }
+  counts_.limit_names(TOOLS.size());
 }
 
 bool ToolCounter::count(const Mapping& arguments) {

@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <exception>
 #include <mutex>
 #include <optional>
@@ -13,123 +12,97 @@
 namespace tool_binding::tool_admit {
 namespace {
 
-// Blocks by number between the thread that reads and those that work. Each worker writes its own
-// answers when it is their turn, so that a reader that waits for input delays none.
-class Queue {
+// Workers that each read a block, work on it and write its answers when it is their turn: none
+// waits for another to hand it lines, and a read that waits for input delays no answer.
+class Workers {
  public:
-  explicit Queue(std::size_t capacity) : capacity_(capacity) {}
+  Workers(BlockReader& reader, const std::function<void(std::string_view)>& write)
+      : reader_(reader), write_(write) {}
 
-  struct Block {
-    std::uint64_t number;
-    std::string lines;
-  };
-
-  // False when a worker has failed.
-  [[nodiscard]] bool push(std::string lines) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return blocks_.size() < capacity_ || error_; });
-    if (error_) return false;
-    blocks_.push_back({pushed_++, std::move(lines)});
-    changed_.notify_all();
-    return true;
+  // Until the end, or until a worker fails.
+  void work(const BlockWork& work) noexcept {
+    try {
+      std::string block;
+      std::string answers;
+      while (const auto number = read(block)) {
+        work(block, answers);
+        if (write_) write_in_turn(*number, answers);
+      }
+    } catch (...) {
+      fail(std::current_exception());
+    }
   }
-  [[nodiscard]] std::optional<Block> pop() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return !blocks_.empty() || is_closed_ || error_; });
-    if (blocks_.empty() || error_) return std::nullopt;
-    Block block = std::move(blocks_.front());
-    blocks_.pop_front();
-    changed_.notify_all();
-    return block;
-  }
-  // Waits until all blocks before this one have been written.
-  void write_in_turn(std::uint64_t number, const std::function<void()>& write) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return written_ == number || error_; });
-    if (error_) return;
-    lock.unlock();  // no other number is in turn until it counts as written
-    write();
-    lock.lock();
-    ++written_;
-    changed_.notify_all();
-  }
-  void close() {
-    const std::lock_guard lock(mutex_);
-    is_closed_ = true;
-    changed_.notify_all();
-  }
-  void fail(std::exception_ptr error) {
+  void fail(std::exception_ptr error) noexcept {
     const std::lock_guard lock(mutex_);
     if (!error_) error_ = std::move(error);
-    changed_.notify_all();
+    written_changed_.notify_all();
   }
   void rethrow_failure() const {
     if (error_) std::rethrow_exception(error_);
+    if (read_error_) std::rethrow_exception(read_error_);
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::size_t capacity_;
-  std::deque<Block> blocks_;
-  std::uint64_t pushed_ = 0;
+  // The number of the block; nothing at the end. After a failure to read, the blocks before it are
+  // still answered.
+  std::optional<std::uint64_t> read(std::string& block) {
+    const std::lock_guard lock(read_mutex_);
+    if (is_at_end_ || has_failed()) return std::nullopt;
+    try {
+      is_at_end_ = !reader_.next(block);
+    } catch (...) {
+      is_at_end_ = true;
+      read_error_ = std::current_exception();
+    }
+    if (is_at_end_) return std::nullopt;
+    return read_++;
+  }
+  void write_in_turn(std::uint64_t number, std::string_view answers) {
+    std::unique_lock lock(mutex_);
+    written_changed_.wait(lock, [&] { return written_ == number || error_; });
+    if (error_) return;
+    lock.unlock();  // no other number is in turn until it counts as written
+    write_(answers);
+    lock.lock();
+    ++written_;
+    written_changed_.notify_all();
+  }
+  bool has_failed() {
+    const std::lock_guard lock(mutex_);
+    return error_ != nullptr;
+  }
+
+  BlockReader& reader_;
+  const std::function<void(std::string_view)>& write_;
+
+  std::mutex read_mutex_;  // of the reader and the next three
+  std::uint64_t read_ = 0;
+  bool is_at_end_ = false;
+  std::exception_ptr read_error_;
+
+  std::mutex mutex_;  // of the rest
+  std::condition_variable written_changed_;
   std::uint64_t written_ = 0;
-  bool is_closed_ = false;
   std::exception_ptr error_;
 };
-
-void work_until_closed(Queue& queue, const BlockWork& work,
-                       const std::function<void(std::string_view)>& write) {
-  try {
-    std::string out;
-    while (const auto block = queue.pop()) {
-      work(block->lines, out);
-      if (write) queue.write_in_turn(block->number, [&] { write(out); });
-    }
-  } catch (...) {
-    queue.fail(std::current_exception());
-  }
-}
-
-// What was read before a failure is still answered, and no worker waits for more.
-class Closing {
- public:
-  explicit Closing(Queue& queue) : queue_(queue) {}
-  Closing(const Closing&) = delete;
-  Closing& operator=(const Closing&) = delete;
-  ~Closing() { queue_.close(); }
-
- private:
-  Queue& queue_;
-};
-
-void work_alone(BlockReader& reader, const BlockWork& work,
-                const std::function<void(std::string_view)>& write) {
-  std::string out;
-  for (std::string block; reader.next(block);) {
-    work(block, out);
-    if (write) write(out);
-  }
-}
 
 }  // namespace
 
 void work_on_blocks(BlockReader& reader, std::size_t jobs,
                     const std::function<BlockWork()>& make_work,
                     const std::function<void(std::string_view)>& write) {
-  if (jobs <= 1) return work_alone(reader, make_work(), write);
-  Queue queue(jobs);
-  {
-    std::vector<std::jthread> workers;
-    const Closing closing(queue);
-    for (std::size_t i = 0; i < jobs; ++i) {
-      workers.emplace_back(
-          [&queue, &write, work = make_work()] { work_until_closed(queue, work, write); });
+  Workers workers(reader, write);
+  std::vector<std::jthread> others;
+  try {
+    for (std::size_t i = 1; i < jobs; ++i) {
+      others.emplace_back([&workers, work = make_work()] { workers.work(work); });
     }
-    std::string block;
-    while (reader.next(block) && queue.push(std::move(block))) block.clear();
+    workers.work(make_work());
+  } catch (...) {  // no thread can be started: those that run end
+    workers.fail(std::current_exception());
   }
-  queue.rethrow_failure();
+  others.clear();
+  workers.rethrow_failure();
 }
 
 }  // namespace tool_binding::tool_admit

@@ -17,9 +17,9 @@ using BlockWork = std::function<void(std::string_view block, std::string& out)>;
 
 // Hands each block of `reader` to one of `jobs` workers, each of which `make_work` made for a
 // thread of its own, and what it answers to `write`, in the blocks' order; without a `write` no
-// worker waits for its turn. With one job nothing runs beside the caller. Memory: `jobs` blocks
-// with their answers, and as many that wait. What any of them throws ends all, and is thrown once
-// no thread runs any more.
+// worker waits for its turn. The caller is one of the workers. Memory: `jobs` blocks with their
+// answers. What any of them throws ends all, and is thrown once no other thread runs any more; if
+// it is the reader, the blocks before are written first.
 void work_on_blocks(BlockReader& reader, std::size_t jobs,
                     const std::function<BlockWork()>& make_work,
                     const std::function<void(std::string_view)>& write);

@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -175,6 +176,10 @@ int main(int argc, char** argv) {
   }
   try {
     return tool_binding::tool_admit::run(options);
+  } catch (const std::bad_alloc&) {
+    std::cerr << "tool_admit: there is no memory left: raise the limit on it, or send smaller "
+                 "requests and use fewer --jobs\n";
+    return tool_binding::tool_admit::failed;
   } catch (const std::exception& error) {
     std::cerr << "tool_admit: " << error.what() << '\n';
     return tool_binding::tool_admit::failed;

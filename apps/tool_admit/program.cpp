@@ -139,9 +139,11 @@ ExitStatus serve(const Options& options) {
     return [&, answerer = std::make_shared<Answerer>(options.calls_only, options.display)](
                std::string_view block, std::string& out) {
       out.clear();
+      bool is_block_admitted = true;  // one write to what the threads share
       for_each_line(block, [&](std::string_view line) {
-        if (!answerer->answer(line, out)) are_admitted = false;
+        is_block_admitted = answerer->answer(line, out) && is_block_admitted;
       });
+      if (!is_block_admitted) are_admitted = false;
     };
   };
   work_on_blocks(reader, options.jobs, make_work, [&](std::string_view answers) {

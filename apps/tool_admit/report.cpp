@@ -66,6 +66,16 @@ void ParamCounts::add(const ParamCounts& other) {
   if (synonyms.empty()) synonyms = other.synonyms;
 }
 
+void ToolCounts::limit_names(std::size_t tools) {
+  constexpr std::size_t most_in_all = 100'000;
+  const auto share = [](std::size_t of, std::size_t sharers) {
+    return std::max<std::size_t>(of / std::max<std::size_t>(sharers, 1), 1);
+  };
+  const std::size_t most = share(most_in_all, tools);
+  unknown_names.limit(most);
+  for (auto& [_, counts] : params) counts.values.limit(share(most, params.size()));
+}
+
 ParamCounts& ToolCounts::param(std::string_view name) {
   const auto found = std::find_if(params.begin(), params.end(),
                                   [name](const auto& param) { return param.first == name; });

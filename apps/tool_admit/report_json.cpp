@@ -274,6 +274,7 @@ Report read_report(const Value& value) {
     if (!tool.value.is_mapping()) no_report("tools");
     report.tools[std::string(tool.name())] = read_tool(tool.value.get_mapping());
   }
+  for (auto& [_, tool] : report.tools) tool.limit_names(report.tools.size());
   return report;
 }
 
