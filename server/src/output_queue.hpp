@@ -10,8 +10,8 @@
 namespace tool_binding {
 
 // Lines from any thread to a descriptor, each whole and in the order in which they are pushed. They
-// are left to the thread in write(), which writes all that wait at once. A thread that pushes a line
-// alone may write it itself, where nothing waits and the descriptor takes it without waiting.
+// are left to the thread in write(), which writes all that wait at once. A thread that pushes a
+// line alone may write it itself, where nothing waits and the descriptor takes it without waiting.
 class OutputQueue {
  public:
   OutputQueue(int descriptor, std::size_t limit) noexcept
