@@ -5,7 +5,7 @@
 
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"
-#include "tests/plain_similarity.hpp"
+#include "fuzz/plain_similarity.hpp"
 #include "unicode/utf8.hpp"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "print_values.hpp"
+#include "test_data.hpp"
 #include "tool_binding/tool_schemas.hpp"
 
 namespace tool_binding {
@@ -99,14 +100,46 @@ TEST(CompilerNames, AreFoundWhereverAnEnumerationStands) {
 
 // Mistakes that are found when a handler is bound.
 
+std::string without(std::string text, std::initializer_list<std::string_view> parts) {
+  for (const std::string_view part : parts) {
+    for (std::size_t at; (at = text.find(part)) != text.npos;) text.erase(at, part.size());
+  }
+  return text;
+}
+
+// The types of this file by their names alone.
 template <class Make>
 std::string problems_of(Make make) {
   try {
     static_cast<void>(make());
     return {};
   } catch (const HandlerError& error) {
-    return error.what();
+    return without(error.what(), {"tool_binding::", "(anonymous namespace)::", "{anonymous}::"});
   }
+}
+
+template <class F, std::size_t Count>
+std::string problems_of(const ToolSpec& spec, const Context& context, F function,
+                        const std::string_view (&names)[Count], const Ignored& left_out = {}) {
+  return problems_of([&] { return bind_handler(spec, context, function, names, left_out); });
+}
+std::string problems_of(const ToolSpec& spec, const Ignored& left_out) {
+  return problems_of([&] {
+    return bind_handler(
+        spec, {}, [] {}, left_out);
+  });
+}
+std::string problems_of(const Tool& tool) {
+  return problems_of([&] { return bind_handler(tool, {}); });
+}
+
+// The cases of a section of handler_mistakes.txt.
+Lines mistakes(const std::string& section) {
+  Lines all;
+  for (const DataCase& c : data_cases("handler_mistakes.txt")) {
+    if (c.section[0] == "== " + section) all.push_back(c.text());
+  }
+  return all;
 }
 
 // Every C++ type with every declaration.
@@ -122,11 +155,9 @@ using AllTypes =
           std::vector<Mapping>, std::vector<Date>>;
 
 std::string short_name(const detail::CppType& type) {
-  std::string name(type.name);
-  for (const std::string_view part : {"std::", "filesystem::", "tool_binding::", "_t",
-                                      "(anonymous namespace)::", "{anonymous}::"}) {
-    if (const auto at = name.find(part); at != name.npos) name.erase(at, part.size());
-  }
+  const std::string name =
+      without(std::string(type.name), {"std::", "filesystem::", "tool_binding::", "_t",
+                                       "(anonymous namespace)::", "{anonymous}::"});
   return type.is_vector ? "[" + name + "]" : name;
 }
 
@@ -228,91 +259,27 @@ TEST(Mistakes, AreAllInOneErrorThatSaysWhatToWrite) {
   Context clash;
   clash.provide("lines", std::make_shared<Engine>());
 
-  const std::pair<std::function<Handler()>, std::string> cases[] = {
-      {[&] {
-         return bind_handler(
-             spec, context,
-             [](int, int, bool, std::uint16_t, Mode, std::vector<int>, std::string) {},
-             {"pth", "file", "path", "lines", "mode", "sizes", "repository"});
-       },
-       "read, 'pth': is neither a parameter of read, nor in the context: did you mean 'path'?; "
-       "read takes path, lines, mode, sizes\n"
-       "read, 'file': is a synonym of 'path'; write 'path'\n"
-       "read, 'path': is declared \"string\", and the handler takes bool; take std::string or "
-       "std::string_view, or declare it .type = \"boolean\"\n"
-       "read, 'lines': its minimum -1 lies outside of std::uint16_t, a whole number "
-       "from 0 to 65535; take a larger type, or bring the minimum within it\n"
-       "read, 'mode': is declared with the enum_ fast, and the enumerators of " +
-           std::string(detail::type_name<Mode>()) +
-           " are literal, regex; make them the same, or take std::string\n"
-           "read, 'mode': its default 'fast' cannot be " +
-           std::string(detail::type_name<Mode>()) +
-           ", which is one of: literal, regex; write a default that can\n"
-           "read, 'sizes': is declared without the type of its items, and the handler takes "
-           "std::vector<std::int32_t>; take List, or declare it .items_type = \"integer\"\n"
-           "read, 'repository': is in the context; take " +
-           std::string(detail::type_name<Repository>()) + "& or std::shared_ptr<" +
-           std::string(detail::type_name<Repository>()) + ">"},
-      {[&] {
-         return bind_handler(
-             spec, {}, [] {}, ignored("path", "mode", "sizes", "line"));
-       },
-       "read, 'lines': is declared, and the handler does not take it; take it, or add "
-       "ignored(\"lines\")\n"
-       "read, 'line': is ignored, and is not a parameter of read: did you mean 'lines'?; read "
-       "takes path, lines, mode, sizes"},
-      {[&] {
-         return bind_handler(
-             spec, {}, [](Value, Value) {}, {"path", "path"}, all);
-       },
-       "read, 'path': is named twice; name each parameter once\n"
-       "read, 'path': is ignored, and the handler takes it; do one of both"},
-      {[&] {
-         return bind_handler(
-             spec, context, [](Engine&) {}, {"repository"}, all);
-       },
-       "read, 'repository': is " + std::string(detail::type_name<Repository>()) +
-           " in the context, and the handler takes " + std::string(detail::type_name<Engine>()) +
-           "&; take " + std::string(detail::type_name<Repository>()) + "&"},
-      {[&] {
-         return bind_handler(
-             spec, context, [](Engine&) {}, {"engine"}, all);
-       },
-       "read, 'engine': the handler takes " + std::string(detail::type_name<Engine>()) +
-           "&, and the context's 'left' is const " + std::string(detail::type_name<Engine>()) +
-           "; take const " + std::string(detail::type_name<Engine>()) + "&"},
-      {[&] {
-         return bind_handler(
-             spec, twins, [](const Engine&) {}, {"engine"}, all);
-       },
-       "read, 'engine': the handler takes const " + std::string(detail::type_name<Engine>()) +
-           "&, and several entries of the context are of that type; name one of a, b, or give "
-           "them types of their own"},
-      {[&] {
-         return bind_handler(
-             spec, {}, [](std::shared_ptr<Engine>) {}, {"engine"}, all);
-       },
-       "read, 'engine': the handler takes std::shared_ptr<" +
-           std::string(detail::type_name<Engine>()) +
-           ">, and the context has no entry of exactly that type; provide(\"engine\", "
-           "std::shared_ptr<" +
-           std::string(detail::type_name<Engine>()) + ">), or take " +
-           std::string(detail::type_name<Engine>()) + "*, which may be null"},
-      {[&] {
-         return bind_handler(
-             spec, clash, [](Engine*) {}, {"engine"}, all);
-       },
-       "read, 'lines': is a parameter of read and an entry of the context; give one of them "
-       "another name"},
-      {[&] {
-         return bind_handler(
-             spec, {}, [](std::string&) {}, {"path"}, all);
-       },
-       "read, 'path': is a parameter of read, and the handler takes std::string&, which only the "
-       "context can give; take the parameter by value or const reference\n"
-       "read, 'path': is ignored, and the handler takes it; do one of both"},
+  const Lines found = {
+      problems_of(spec, context,
+                  [](int, int, bool, std::uint16_t, Mode, std::vector<int>, std::string) {},
+                  {"pth", "file", "path", "lines", "mode", "sizes", "repository"}),
+      problems_of(spec, ignored("path", "mode", "sizes", "line")),
+      problems_of(
+          spec, {}, [](Value, Value) {}, {"path", "path"}, all),
+      problems_of(
+          spec, context, [](Engine&) {}, {"repository"}, all),
+      problems_of(
+          spec, context, [](Engine&) {}, {"engine"}, all),
+      problems_of(
+          spec, twins, [](const Engine&) {}, {"engine"}, all),
+      problems_of(
+          spec, {}, [](std::shared_ptr<Engine>) {}, {"engine"}, all),
+      problems_of(
+          spec, clash, [](Engine*) {}, {"engine"}, all),
+      problems_of(
+          spec, {}, [](std::string&) {}, {"path"}, all),
   };
-  for (const auto& [bind, problems] : cases) EXPECT_EQ(problems_of(bind), problems);
+  EXPECT_EQ(found, mistakes("names and types"));
 }
 
 enum class Action { list, create };
@@ -329,32 +296,14 @@ ToolSpec branches() {
 }
 
 TEST(Mistakes, OfActions) {
-  const std::pair<std::function<Handler()>, std::string> cases[] = {
-      {[] {
-         return bind_handler(branches(), {}, [](int, std::string, std::string, bool) {},
-                             {"action", "name", "base", "all"});
-       },
-       "branches, 'action': is the action, which is text, and the handler takes std::int32_t; take "
-       "std::string_view, or an enum class of list, create\n"
-       "branches, 'name': can be left out (list) and then has no default, and the handler takes "
-       "std::string; take std::optional<std::string>, give it a default, or make it required\n"
-       "branches, 'base': can be left out (list) and then has no default, and the handler takes "
-       "std::string; take std::optional<std::string>, give it a default, or make it required"},
-      {[] {
-         return bind_handler(
-             branches(), {}, [] {}, ignored("name", "base", "all"));
-       },
-       "branches, 'action': is the action, and the handler does not take it; take it, or add "
-       "ignored(\"action\")"},
-      {[] {
-         return bind_handler(
-             branches(), {}, [](Mode) {}, {"action"}, ignored("name", "base", "all"));
-       },
-       "branches, 'action': is one of the actions list, create, and the enumerators of " +
-           std::string(detail::type_name<Mode>()) +
-           " are literal, regex; make them the same, or take std::string_view"},
+  const Lines found = {
+      problems_of(branches(), {}, [](int, std::string, std::string, bool) {},
+                  {"action", "name", "base", "all"}),
+      problems_of(branches(), ignored("name", "base", "all")),
+      problems_of(
+          branches(), {}, [](Mode) {}, {"action"}, ignored("name", "base", "all")),
   };
-  for (const auto& [bind, problems] : cases) EXPECT_EQ(problems_of(bind), problems);
+  EXPECT_EQ(found, mistakes("actions"));
 }
 
 struct Request : Base {
@@ -368,35 +317,19 @@ struct Request : Base {
 };
 
 TEST(Mistakes, OfStructs) {
-  const auto bind = [](const Tool& tool) { return [=] { return bind_handler(tool, {}); }; };
   const auto nothing = [](const Request&) {};
-  const std::pair<Tool, std::string> cases[] = {
-      {tool("t", "", {}, nothing),
-       "t: the handler takes a struct first, and no member of it is a parameter; name its members, "
-       "or take a context entry as T& or std::shared_ptr<T>"},
-      {tool("t", "", {param<&Request::query>(), param<&Request::query>()}, nothing),
-       "t, 'query': is named twice; name each parameter once"},
-      {tool("t", "", {param<&Request::query>({.default_ = 5})}, nothing),
-       "t, 'query': its default 5 cannot be std::string, which is text; write a default that can"},
-      {tool("t", "", {param<&Request::sizes>({.default_ = List{1, "x"}})}, nothing),
-       "t, 'sizes': its default [1, 'x'] cannot be std::vector<std::int32_t>, of which each item "
-       "is "
-       "a whole number; write a default that can"},
-      {tool({.name = "t", .actions = {"list", "create"}},
-            {param<&Request::action>({.default_ = "list"}),
-             param<&Request::query>({.required_for = {"list"}})},
-            nothing),
-       "t, 'action': is the action, of which only the name is declared here; its default, names "
-       "and synonyms are the definition's\n"
-       "t, 'query': can be left out (create) and then has no default, and the handler takes "
-       "std::string; take std::optional<std::string>, give it a default, or make it required"},
-      {tool("t", "", {param<&Request::unnamed>()}, nothing),
-       "t, 'unnamed': the handler takes " + std::string(detail::type_name<Unnamed>()) +
-           ", of which no enumerator was found: those with values from 0 to 63 are, in an enum "
-           "class at namespace scope; specialise enum_names<" +
-           std::string(detail::type_name<Unnamed>()) + ">"},
+  const Lines found = {
+      problems_of(tool("t", "", {}, nothing)),
+      problems_of(tool("t", "", {param<&Request::query>(), param<&Request::query>()}, nothing)),
+      problems_of(tool("t", "", {param<&Request::query>({.default_ = 5})}, nothing)),
+      problems_of(tool("t", "", {param<&Request::sizes>({.default_ = List{1, "x"}})}, nothing)),
+      problems_of(tool({.name = "t", .actions = {"list", "create"}},
+                       {param<&Request::action>({.default_ = "list"}),
+                        param<&Request::query>({.required_for = {"list"}})},
+                       nothing)),
+      problems_of(tool("t", "", {param<&Request::unnamed>()}, nothing)),
   };
-  for (const auto& [tool, problems] : cases) EXPECT_EQ(problems_of(bind(tool)), problems);
+  EXPECT_EQ(found, mistakes("structs"));
 }
 
 // What a struct declares.

@@ -2,28 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <new>
 
+#include "failing_memory.hpp"
 #include "print_values.hpp"
 #include "tool_binding/json.hpp"
-
-namespace {
-
-// The allocations from this one on fail.
-constinit std::size_t first_failing = 0;
-constinit std::size_t asked = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* taken = ++asked >= first_failing && first_failing != 0 ? nullptr : std::malloc(size);
-  if (taken == nullptr) throw std::bad_alloc();
-  return taken;
-}
-[[gnu::noinline]] void operator delete(void* taken) noexcept { std::free(taken); }
-void operator delete(void* taken, std::size_t) noexcept { ::operator delete(taken); }
 
 namespace tool_binding {
 namespace {
@@ -74,22 +57,20 @@ TEST(NlohmannJson, DepthAndWidthAreBoundedByMemoryAlone) {
   EXPECT_EQ(value_from_json(json_from_value(wide)), Value(wide));
 }
 
-// nlohmann's destructor would end the process here.
+// Of all allocations from one on: nlohmann's destructor would end the process here.
 template <class Json>
 void expect_bad_alloc(const Value& value) {
-  asked = 0;
   const std::string expected = json_from_value<Json>(value).dump();
   for (std::size_t failing = 1;; ++failing) {
-    asked = 0;
-    first_failing = failing;
+    memory = {.first_failing = failing, .last_failing = std::string::npos};
     try {
       const Json made = json_from_value<Json>(value);
-      first_failing = 0;
+      memory_lasts();
       EXPECT_EQ(made.dump(), expected);
       EXPECT_GT(failing, 20U);
       return;
     } catch (const std::bad_alloc&) {
-      first_failing = 0;
+      memory_lasts();
     }
   }
 }

@@ -3,44 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <limits>
-#include <new>
 
+#include "failing_memory.hpp"
 #include "sample_requests.hpp"
 #include "sample_service.hpp"
 
-namespace {
-
-// The allocations from the `first_failing`th to the `last_failing`th fail.
-struct Memory {
-  std::size_t first_failing = 0;
-  std::size_t last_failing = 0;
-  std::size_t asked = 0;
-  std::size_t live = 0;
-};
-constinit thread_local Memory memory;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  const std::size_t number = ++memory.asked;
-  const bool fails = memory.first_failing <= number && number <= memory.last_failing;
-  void* taken = fails ? nullptr : std::malloc(size);
-  if (taken == nullptr) throw std::bad_alloc();
-  ++memory.live;
-  return taken;
-}
-void operator delete(void* taken) noexcept {
-  if (taken != nullptr) --memory.live;
-  std::free(taken);
-}
-void operator delete(void* taken, std::size_t) noexcept { ::operator delete(taken); }
-
 namespace tool_binding {
 namespace {
-
-void memory_lasts() { memory = {.live = memory.live}; }
 
 // Fails one allocation alone, then it and all that follow.
 template <class Call>

@@ -18,7 +18,7 @@
 
 namespace tool_binding {
 
-class RapidjsonEvents {
+class RapidjsonEvents : public rapidjson::BaseReaderHandler<> {
  public:
   [[nodiscard]] Value take() { return builder_.take(); }
 
@@ -53,12 +53,6 @@ class RapidjsonEvents {
     builder_.end_list();
     return true;
   }
-  // Asked for, never called: numbers come as text.
-  bool Int(int) { return false; }
-  bool Uint(unsigned) { return false; }
-  bool Int64(std::int64_t) { return false; }
-  bool Uint64(std::uint64_t) { return false; }
-  bool Double(double) { return false; }
 
  private:
   // As RapidJSON reads the escape of the second half of a pair that stands alone.

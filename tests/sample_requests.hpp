@@ -17,9 +17,7 @@ namespace tool_binding {
 
 inline ToolTable sample_tools() {
   std::string json;
-  for (const DataCase& tool : data_cases("sample_tools.txt")) {
-    for (const std::string& line : tool.lines) json += line;
-  }
+  for (const DataCase& tool : data_cases("sample_tools.txt")) json += tool.text();
   std::vector<ToolSpec> tools = read_tools(parse_json(json)).tools;
   std::vector<ParamSpec> params;
   for (int i = 0; i < 20; ++i) params.push_back({.name = "parameter" + std::to_string(i)});

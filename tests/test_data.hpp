@@ -12,6 +12,13 @@ namespace tool_binding {
 using Lines = std::vector<std::string>;
 
 struct DataCase {
+  // The lines from one on.
+  [[nodiscard]] std::string text(std::size_t first = 0) const {
+    std::string all;
+    for (std::size_t i = first; i < lines.size(); ++i) all += (i > first ? "\n" : "") + lines[i];
+    return all;
+  }
+
   Lines section;  // the paragraph above that starts with ==, which is no case itself
   Lines lines;
 };

@@ -40,8 +40,7 @@ TEST_F(AnswerLine, IsAsWritten) {
   for (const DataCase& c : cases) {
     SCOPED_TRACE(c.lines[0]);
     const Answer answer = answer_line(c.lines[0], c.section[0] == "== --display");
-    std::string expected = c.lines.at(1);
-    for (std::size_t i = 2; i < c.lines.size(); ++i) expected += '\n' + c.lines[i];
+    const std::string expected = c.text(1);
     EXPECT_EQ(answer.line, expected);
     EXPECT_EQ(answer.is_admitted, expected.find("\"error\": {\"type\"") == expected.npos);
   }

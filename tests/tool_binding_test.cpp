@@ -48,34 +48,6 @@ TEST_F(ToolBinding, AdmitsAndRefusesRequests) {
   EXPECT_GT(cases.size(), 80U);
 }
 
-// What no JSON says.
-TEST_F(ToolBinding, AdmitsInfinityAndBoundsThatCannotBePublished) {
-  const Value big = Value::integer_of("1" + std::string(30, '0'));
-  const struct {
-    ParamSpec param;
-    Value value;
-    std::string_view outcome;
-  } cases[] = {
-      {{.name = "p", .type = "integer"},
-       infinity,
-       "refused: Parameter 'p' of t must be a whole number, not inf"},
-      {{.name = "p", .type = "integer", .minimum = nan, .maximum = nan}, 5, "{'p': 5}"},
-      {{.name = "p", .type = "number", .minimum = nan, .maximum = 1},
-       5,
-       "{'p': 1.0} | 'p' 5.0 is above the maximum: 1.0 was used"},
-      {{.name = "p", .type = "integer", .maximum = infinity},
-       big,
-       "{'p': 1000000000000000000000000000000}"},
-      {{.name = "p", .type = "integer", .minimum = 9, .maximum = 1},
-       5,
-       "{'p': 9} | 'p' 5 is below the minimum: 9 was used"},
-      {{.name = "p", .type = "string", .minimum = 1, .maximum = 2}, 500, "{'p': '500'}"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(answer(ToolSpec({.name = "t", .params = {c.param}}), {{"p", c.value}}), c.outcome);
-  }
-}
-
 TEST_F(ToolBinding, SecondSynonymIsReadWhenTheFirstFails) {
   Normalizing_ state(TOOLS.at("search"));
   state.take("n", Value("ten"));
@@ -86,12 +58,12 @@ TEST_F(ToolBinding, SecondSynonymIsReadWhenTheFirstFails) {
   EXPECT_EQ(state.notes.size(), 2u);
 }
 
-// What ends admission names the tool and the parameter, and is never a line of a refusal.
-TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
-  const auto failure = [](const ParamSpec& param, const Value& value) -> std::string {
-    const ToolSpec tool({.name = "t", .params = {param}});
+// What no JSON says: infinity, bounds that no file may declare, and faults of the declaration.
+// These end admission, name the tool and the parameter, and are never a line of a refusal.
+TEST_F(ToolBinding, AdmitsWhatNoJsonSaysAndPassesFaultsOnWithTheirPlace) {
+  const auto outcome = [](const ParamSpec& param, const Value& value) -> std::string {
     try {
-      return answer(tool, {{"p", value}});
+      return answer(ToolSpec({.name = "t", .params = {param}}), {{"p", value}});
     } catch (const std::overflow_error& error) {
       return std::string("overflow: ") + error.what();
     } catch (const std::out_of_range& error) {
@@ -100,49 +72,39 @@ TEST_F(ToolBinding, PassesFaultsOnWithTheirPlace) {
       return std::string("type: ") + error.what();
     }
   };
+  const Value ten = Value::integer_of("1" + std::string(30, '0'));
   const Value big = Value::integer_of("1" + std::string(400, '0'));
+  const Value none;
   const struct {
     std::string type;
     Value minimum, maximum, value;
     std::string_view outcome;
   } cases[] = {
-      {"integer",
-       infinity,
-       {},
-       1,
-       "overflow: the bound inf of parameter 'p' of t cannot be a value of its type: "
-       "no integer is infinite or NaN"},
-      {"number",
-       {},
-       {},
-       big,
+      {"integer", none, none, infinity,
+       "refused: Parameter 'p' of t must be a whole number, not inf"},
+      {"integer", nan, nan, 5, "{'p': 5}"},
+      {"number", nan, 1, 5, "{'p': 1.0} | 'p' 5.0 is above the maximum: 1.0 was used"},
+      {"integer", none, infinity, ten, "{'p': 1000000000000000000000000000000}"},
+      {"integer", infinity, none, 1,
+       "overflow: the bound inf of parameter 'p' of t cannot be a value of its type: no integer is "
+       "infinite or NaN"},
+      {"number", none, none, big,
        "overflow: Parameter 'p' of t must be within the range of floats, not an integer of 401 "
        "digits"},
-      {"integer", "1", {}, 1, "type: the minimum of parameter 'p' of t must be a number, not text"},
-      {"integer",
-       {},
-       true,
-       1,
-       "type: the maximum of parameter 'p' of t must be a number, not boolean"},
-      {"number",
-       "1",
-       {},
-       infinity,
+      {"integer", "1", none, 1,
        "type: the minimum of parameter 'p' of t must be a number, not text"},
-      {"number",
-       {},
-       "1",
-       -infinity,
+      {"integer", none, true, 1,
+       "type: the maximum of parameter 'p' of t must be a number, not boolean"},
+      {"number", "1", none, infinity,
+       "type: the minimum of parameter 'p' of t must be a number, not text"},
+      {"number", none, "1", -infinity,
        "type: the maximum of parameter 'p' of t must be a number, not text"},
-      {"date",
-       {},
-       {},
-       1,
+      {"date", none, none, 1,
        "out of range: Parameter 'p' of t cannot be admitted: no parameter type is named 'date'"},
   };
   for (const auto& c : cases) {
     const ParamSpec param{.name = "p", .type = c.type, .minimum = c.minimum, .maximum = c.maximum};
-    EXPECT_EQ(failure(param, c.value), c.outcome);
+    EXPECT_EQ(outcome(param, c.value), c.outcome);
   }
   EXPECT_THROW(
       static_cast<void>(normalize_arguments(
@@ -193,19 +155,6 @@ TEST_F(ToolBinding, AdmitsWithoutAnException) {
 #endif
 }
 
-// A tool that is not about one repository has names of its own for it.
-TEST_F(ToolBinding, ReadsRoutingNamesWhereTheyDoNotRoute) {
-  const ToolDefinition definition = {
-      .name = "fork", .params = {{.name = "repo", .required = true}, {.name = "repo_root"}}};
-  ToolDefinition own = definition;
-  own.routing = false;
-  EXPECT_EQ(answer(ToolSpec(definition), {{"repo", "a"}}), "refused: fork needs 'repo'");
-  EXPECT_EQ(answer(ToolSpec(own), {{"repo", 5}, {"repo_root", "b"}}),
-            "{'repo': '5', 'repo_root': 'b'}");
-  EXPECT_EQ(answer(ToolSpec({.name = "t", .routing = false}), {{"repo", 1}}),
-            "refused: Unknown parameter 'repo' for t. It takes none.");
-}
-
 TEST_F(ToolBinding, ReadsCustomKinds) {
   const auto even = std::make_shared<const CustomType>(CustomType{
       .words = "an even number", .read = [](const Value& sent) -> std::optional<Value> {
@@ -218,10 +167,7 @@ TEST_F(ToolBinding, ReadsCustomKinds) {
                                    .type = "integer",
                                    .enum_ = {"ignored"},
                                    .maximum = 100,
-                                   .custom = even},
-                                  {.name = "object", .custom = object_type()},
-                                  {.name = "any", .blank_is_value = true, .custom = any_type()},
-                                  {.name = "one", .custom = one_of({1, 2.5, "x", true, "True"})}}});
+                                   .custom = even}}});
   const struct {
     Mapping request;
     std::string_view outcome;
@@ -236,20 +182,6 @@ TEST_F(ToolBinding, ReadsCustomKinds) {
       {{{"even", Value::integer_of("99999999999999999999")}},
        "refused: Parameter 'even' of t must be an even number, not 99999999999999999999"},
       {{{"even", " "}}, "{}"},
-      {{{"object", Mapping{{"a", List{1}}}}}, "{'object': {'a': [1]}}"},
-      {{{"object", R"( {"a": null} )"}}, "{'object': {'a': None}}"},
-      {{{"object", "[1]"}}, "refused: Parameter 'object' of t must be an object, not '[1]'"},
-      {{{"object", 1}}, "refused: Parameter 'object' of t must be an object, not 1"},
-      {{{"any", ""}}, "{'any': ''}"},
-      {{{"any", List{1, "x"}}}, "{'any': [1, 'x']}"},
-      {{{"one", "1"}}, "{'one': 1}"},
-      {{{"one", "2.5"}}, "{'one': 2.5}"},
-      {{{"one", "True"}}, "{'one': 'True'}"},  // the text that is an entry comes before the boolean
-      {{{"one", 1.0}}, "{'one': 1}"},
-      {{{"one", 1.5}},
-       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 1.5"},
-      {{{"one", "X"}},
-       "refused: Parameter 'one' of t must be one of: 1, 2.5, x, True, True, not 'X'"},
   };
   for (const auto& c : cases) EXPECT_EQ(answer(tool, c.request), c.outcome);
   EXPECT_THROW(static_cast<void>(one_of({})), std::invalid_argument);

@@ -40,6 +40,14 @@ TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
   EXPECT_GT(cases.size(), 70U);
 }
 
+// What published_tools.txt has under this title.
+Value published_as(const std::string& title) {
+  for (const DataCase& c : data_cases("published_tools.txt")) {
+    if (c.section[0] == "== " + title) return parse_json(c.text());
+  }
+  throw std::out_of_range(title);
+}
+
 ToolTable sample_tools() {
   return ToolTable(
       {ToolSpec({.name = "file",
@@ -66,21 +74,7 @@ ToolTable sample_tools() {
 }
 
 TEST(PublishedTools, AreFlatSchemas) {
-  EXPECT_EQ(json_text(publish_tools(sample_tools())),
-            R"([{"name": "file", "description": "Files.", "inputSchema": {"type": "object", )"
-            R"("properties": {"action": {"type": "string", "enum": ["read", "write"], )"
-            R"("default": "read", "x-synonyms": {"read": ["cat"]}}, )"
-            R"("path": {"type": "string", "x-synonyms": ["file", "name"]}, )"
-            R"("lines": {"type": "integer", "minimum": 1, "maximum": 2.5, )"
-            R"("x-action-defaults": {"read": null, "write": 1}, "x-default": 2}, )"
-            R"("text": {"type": "string", "x-blank-is-value": true, "x-required-for": ["write"]}, )"
-            R"("flags": {"type": "array", "description": "d", )"
-            R"("items": {"type": "string", "enum": ["a", "b"]}, "default": ["a"]}}, )"
-            R"("required": ["path"]}}, )"
-            R"({"name": "run", "inputSchema": {"type": "object", "properties": {)"
-            R"("action": {"type": "string", "enum": ["now"]}, "at": {"type": "number"}}, )"
-            R"("required": ["action"]}}, )"
-            R"({"name": "status", "inputSchema": {"type": "object", "properties": {}}}])");
+  EXPECT_EQ(publish_tools(sample_tools()), published_as("AreFlatSchemas"));
 }
 
 TEST(ReadTools, KeepsTheFirstToolOfAName) {
@@ -93,19 +87,8 @@ TEST(ReadTools, KeepsTheFirstToolOfAName) {
 // What no type expresses is kept whole, without what the parameter says beside it; so is what
 // refers or is referred to, and what describes items and actions.
 TEST(ReadTools, KeepsTheSchemasOfCustomKinds) {
-  const std::string_view published =
-      R"([{"name": "fork", "inputSchema": {"type": "object", "properties": {)"
-      R"("action": {"type": "string", "enum": ["go"], "description": "d"}, )"
-      R"("repo": {"type": "string"}, )"
-      R"("filter": {"type": "object", "properties": {"a": {"x-kept": [1]}}, "required": ["a"], )"
-      R"("description": "d", "x-synonyms": ["f"]}, )"
-      R"("id": {"anyOf": [{"type": "integer"}, {"type": "string"}], "default": 0}, )"
-      R"("count": {"type": "integer", "enum": [1, 2, 2.5], "x-required-for": []}, )"
-      R"("any": {"$ref": "#/$defs/x"}, "edits": {"type": "array", "items": {"type": "object", )"
-      R"("properties": {"a": {"type": "string"}}}}, "points": {"type": "array", )"
-      R"("items": {"$ref": "#/$defs/x"}}}, "required": ["action", "repo"], "x-routing": false, )"
-      R"("$defs": {"x": {"enum": [1]}}}}])";
-  const ToolsReading reading = read_tools(parse_json(published));
+  const Value file = published_as("KeepsTheSchemasOfCustomKinds");
+  const ToolsReading reading = read_tools(file);
   ASSERT_EQ(reading.errors, std::vector<SchemaProblem>());
   const ToolSpec& tool = reading.tools.at(0);
   EXPECT_FALSE(tool.routing());
@@ -116,7 +99,7 @@ TEST(ReadTools, KeepsTheSchemasOfCustomKinds) {
   EXPECT_EQ(tool.param("id")->default_, 0);
   const Value again = publish_tools(ToolTable(reading.tools));
   EXPECT_EQ(ToolTable(read_tools(again).tools), ToolTable(reading.tools));
-  std::string expected(published);
+  std::string expected = json_text(file);
   expected.erase(expected.find(R"(, "x-required-for": [])"), 22);
   EXPECT_EQ(json_text(again), expected);
 }
@@ -251,17 +234,7 @@ TEST(WireSchema, SaysInSentencesWhatNoPlainKeywordCan) {
                                   {.name = "x-filter", .custom = log}},
                        .default_action = "list",
                        .routing = false});
-  EXPECT_EQ(json_text(wire_schema(tool)),
-            R"({"type": "object", "properties": {)"
-            R"("action": {"type": "string", "enum": ["list", "create", "rename"], )"
-            R"("default": "list"}, )"
-            R"("name": {"type": "string", )"
-            R"("description": "The branch. Needed for create and rename."}, )"
-            R"("all": {"type": "boolean", "description": "Of all remotes. )"
-            R"(Default for list: false, for create: none, otherwise: true."}, )"
-            R"("limit": {"type": "integer", "minimum": 1, "default": 9}, )"
-            R"("x-filter": {"type": "object", "properties": {"x-kept": {"type": "string"}}, )"
-            R"("default": {"x-kept": 3}, "anyOf": [{"items": {"const": {"x-kept": 6}}}]}}})");
+  EXPECT_EQ(Value(wire_schema(tool)), published_as("SaysInSentencesWhatNoPlainKeywordCan"));
   const Mapping strict =
       wire_schema(tool, {.forbids_additional_properties = true, .defaults = false});
   EXPECT_EQ(strict.at("additionalProperties"), Value(false));

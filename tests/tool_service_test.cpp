@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "print_values.hpp"
+#include "test_data.hpp"
+#include "tool_binding/json.hpp"
 
 namespace tool_binding {
 namespace {
@@ -72,97 +74,45 @@ std::vector<Tool> sample_tools() {
   };
 }
 
+// What a call comes to, as a case of service_cases.txt says it.
+Lines lines_of(const ToolAnswer& answer) {
+  static constexpr std::string_view outcomes[] = {
+      "answered:", "refused:", "no such tool:", "failed:"};
+  Lines lines = {std::string(outcomes[static_cast<int>(answer.outcome)])};
+  if (!answer.text().empty()) lines[0].append(" ").append(answer.text());
+  for (const std::string& note : answer.notes) lines.push_back("note: " + note);
+  if (!answer.structured.is_none()) lines.push_back("structured: " + json_text(answer.structured));
+  return lines;
+}
+
+// Every case of service_cases.txt, which says how it is laid out.
 TEST(ToolService, AnswersWhateverComes) {
-  std::vector<std::string> logged;
+  Lines logged;
   const ToolService service(
       sample_tools(), sample_context(), {.log = [&logged](const HandlerFault& fault) {
-        logged.push_back(std::string(fault.tool) + " " + std::string(fault.kind) + " " +
-                         std::string(fault.text));
+        logged.push_back("log: " + std::string(fault.tool) + " " + std::string(fault.kind) + " '" +
+                         std::string(fault.text) + "'");
         throw std::runtime_error("dropped");
       }});
-  struct Case {
-    std::string tool;
-    Mapping arguments;
-    Outcome outcome;
-    std::string text;
-    std::vector<std::string> notes = {};
-    std::string logged = {};
-    Value structured = {};
-  };
-  const std::string failed = " failed with an internal error";
-  const Case cases[] = {
-      {"search", {{"query", "a"}}, Outcome::answered, "main: a 20"},
-      {"search",
-       {{"q", "note"}, {"limit", "500"}},
-       Outcome::answered,
-       "main: note 100",
-       {"'q' was read as 'query'", "'limit' 500 is above the maximum: 100 was used", "noted"}},
-      {"search",
-       {{"q", "a"}, {"limit", -3000000000}},
-       Outcome::refused,
-       "Parameter 'limit' of search must be a whole number from -2147483648 to 100, not "
-       "-3000000000",
-       {"'q' was read as 'query'"}},
-      {"search",
-       {{"limit", "x"}},
-       Outcome::refused,
-       "Parameter 'limit' of search must be a whole number, not 'x'; search needs 'query'"},
-      {"serch",
-       {},
-       Outcome::no_such_tool,
-       "there is no tool named 'serch'. Did you mean 'search'?"},
-      {"named", {{"p", "1,b"}}, Outcome::answered, "[\"1\", \"b\"]", {}, {}, List{"1", "b"}},
-      {"named", {}, Outcome::answered, ""},
-      {"by_hand", {}, Outcome::answered, "d"},
-      {"mapping", {}, Outcome::answered, "{\"a\": 1}", {}, {}, Mapping{{"a", 1}}},
-      {"answer", {}, Outcome::failed, "[1]", {}, {}, List{1}},
-      {"scalar", {}, Outcome::answered, "true"},
-      {"nothing", {}, Outcome::answered, ""},
-      {"tool_error", {}, Outcome::failed, "for the client"},
-      {"runtime_error",
-       {},
-       Outcome::failed,
-       "runtime_error" + failed,
-       {},
-       "runtime_error std::runtime_error a secret"},
-      {"argument_error",
-       {},
-       Outcome::failed,
-       "argument_error" + failed,
-       {},
-       "argument_error tool_binding::ArgumentError a secret"},
-      {"bad_alloc",
-       {},
-       Outcome::failed,
-       "bad_alloc" + failed,
-       {},
-       "bad_alloc std::bad_alloc std::bad_alloc"},
-      {"number", {}, Outcome::failed, "number" + failed, {}, "number int "},
-      {"bad_answer",
-       {},
-       Outcome::failed,
-       "bad_answer" + failed,
-       {},
-       "bad_answer std::invalid_argument structured content is text, and can be a mapping or a "
-       "list"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.tool + display_form(c.arguments));
+  const std::vector<DataCase> cases = data_cases("service_cases.txt");
+  for (const DataCase& c : cases) {
+    SCOPED_TRACE(c.lines[0]);
+    const std::string tool = c.lines[0].substr(0, c.lines[0].find(' '));
+    const Mapping arguments = parse_json(c.lines[0].substr(tool.size())).as_mapping();
+    const Lines expected(c.lines.begin() + 1, c.lines.end());
     for (const bool moving : {false, true}) {
       logged.clear();
-      Mapping given = c.arguments;
+      Mapping given = arguments;
       const ToolAnswer answer =
-          moving ? service.call(c.tool, std::move(given)) : service.call(c.tool, given);
-      EXPECT_EQ(answer.outcome, c.outcome);
-      EXPECT_EQ(answer.is_error(), c.outcome != Outcome::answered);
-      EXPECT_EQ(answer.text(), c.text);
-      EXPECT_EQ(answer.structured, c.structured);
-      EXPECT_EQ(answer.notes, c.notes);
-      EXPECT_EQ(logged,
-                c.logged.empty() ? std::vector<std::string>() : std::vector<std::string>{c.logged});
-      EXPECT_TRUE(moving || given == c.arguments);
+          moving ? service.call(tool, std::move(given)) : service.call(tool, given);
+      Lines lines = lines_of(answer);
+      lines.insert(lines.end(), logged.begin(), logged.end());
+      EXPECT_EQ(lines, expected);
+      EXPECT_EQ(answer.is_error(), answer.outcome != Outcome::answered);
+      EXPECT_TRUE(moving || given == arguments);
     }
   }
+  EXPECT_GT(cases.size(), 15U);
   EXPECT_EQ(service.call("answer", {}).content.size(), 2U);
 }
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "every_text.hpp"
 #include "unicode/tables.hpp"
 #include "unicode/utf8.hpp"
 
@@ -92,13 +92,10 @@ void expect_plain_reading(std::string_view text) {
 TEST(Utf8, ReadsEveryShortStringOfBytes) {
   constexpr std::string_view alphabet =
       "A\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xE0\xED\xF0\xF1\xF4\xF8\xFF";
-  std::vector<std::string> texts = {""};
-  for (std::size_t i = 0; i < texts.size() && !HasFatalFailure(); ++i) {
-    const std::string followed = texts[i] + "\x80\x80\x80";  // what must not be read
-    expect_plain_reading(std::string_view(followed).substr(0, texts[i].size()));
-    if (texts[i].size() == 5) continue;
-    for (const char c : alphabet) texts.push_back(texts[i] + c);
-  }
+  for_every_text(alphabet, 5, [](const std::string& text) {
+    const std::string followed = text + "\x80\x80\x80";  // what must not be read
+    expect_plain_reading(std::string_view(followed).substr(0, text.size()));
+  });
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <initializer_list>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
@@ -52,89 +54,87 @@ std::string version() {
          std::to_string(TOOL_BINDING_VERSION_PATCH);
 }
 
-// What the program does instead of answering; one of them at a time.
-std::vector<CLI::Option*> add_modes(CLI::App& app, Options& options, CLI::Option* tools) {
-  return {
-      app.add_option("--report", options.report,
-                     "Count what the requests come to, instead of answering them")
-          ->type_name("text|json|html")
-          ->check(CLI::IsMember({"text", "json", "html"}).description("")),
-      app.add_option("--call", options.call,
-                     "Admit one typed request: a tool, then NAME=TEXT or NAME:=JSON for each "
-                     "argument")
-          ->type_name("TOOL [NAME=TEXT]"),
-      app.add_flag("--list", options.list, "Show the tools and exit"),
-      app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit"),
-      app.add_flag("--check", options.check,
-                   "Show the errors and warnings of the tools file and exit")
-          ->needs(tools),
-      app.add_option("--complete", options.complete)->group(""),
-  };
-}
-
-void exclude_each_other(const std::vector<CLI::Option*>& options) {
-  for (std::size_t i = 0; i < options.size(); ++i) {
-    for (std::size_t j = i + 1; j < options.size(); ++j) options[i]->excludes(options[j]);
-  }
-}
-
-void add_options(CLI::App& app, Options& options) {
-  app.set_version_flag("--version", version(), "Show the version and exit");
-  app.set_help_flag("-h,--help", "Show this help and exit");
-  CLI::Option* requests =
-      app.add_option("REQUESTS", options.requests,
-                     "A file of requests, perhaps compressed by gzip; standard input when it is "
-                     "left out")
-          ->type_name("FILE");
+void add_input_options(CLI::App& app, Options& options) {
+  app.add_option("REQUESTS", options.requests,
+                 "A file of requests, perhaps compressed by gzip; standard input when it is left "
+                 "out")
+      ->type_name("FILE");
   CLI::Option* tools =
       app.add_option("--tools", options.tools,
                      "A file of tools as a tools/list answer carries them; built-in ones when it "
                      "is left out")
           ->type_name("FILE");
-  CLI::Option* skip = app.add_flag("--skip-unsupported", options.skip_unsupported,
-                                   "Serve the tools of the file that have no error")
-                          ->needs(tools);
-  CLI::Option* display = app.add_flag("--display", options.display,
-                                      "Answer mappings as text, as messages show values");
-  CLI::Option* jobs =
-      app.add_option("--jobs", options.jobs, "How many threads answer or count; the order is kept")
-          ->type_name("N")
-          ->check(CLI::Range(1, 1024));
-  CLI::Option* calls_only =
-      app.add_flag("--calls-only", options.calls_only,
-                   "Skip lines that are not calls: answers, notifications, other text");
-  const std::vector<CLI::Option*> modes = add_modes(app, options, tools);
-  exclude_each_other(modes);
-  CLI::Option* report = modes.front();
-  report->excludes(display);
-  CLI::Option* values =
-      app.add_flag("--values", options.values,
-                   "Let the report show values of arguments, which may be private")
-          ->needs(report);
-  CLI::Option* propose =
-      app.add_option("--propose", options.propose,
-                     "Write the tools with what the report proposes, and measure on the same file "
-                     "of requests what that admits")
-          ->type_name("FILE")
-          ->needs(report);
-  CLI::Option* merge =
-      app.add_option(
-             "--merge", options.merge,
-             "Add up reports that --report json wrote, one a file or one a line; - is standard "
-             "input")
-          ->type_name("REPORT...");
-  for (CLI::Option* mode : {requests, tools, display, jobs, calls_only, values, propose}) {
-    merge->excludes(mode);
-  }
-  for (std::size_t i = 1; i < modes.size(); ++i) {  // all but the report
-    for (CLI::Option* option : {requests, display, jobs, calls_only, merge}) {
-      modes[i]->excludes(option);
-    }
-  }
-  modes[4]->excludes(skip);
+  app.add_flag("--skip-unsupported", options.skip_unsupported,
+               "Serve the tools of the file that have no error")
+      ->needs(tools);
+  app.add_flag("--display", options.display, "Answer mappings as text, as messages show values");
+  app.add_option("--jobs", options.jobs, "How many threads answer or count; the order is kept")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  app.add_flag("--calls-only", options.calls_only,
+               "Skip lines that are not calls: answers, notifications, other text");
+}
+
+// What the program does instead of answering; one of them at a time.
+constexpr const char* modes[] = {"--report", "--call",  "--list",
+                                 "--schema", "--check", "--complete"};
+
+void add_modes(CLI::App& app, Options& options) {
+  app.add_option("--report", options.report,
+                 "Count what the requests come to, instead of answering them")
+      ->type_name("text|json|html")
+      ->check(CLI::IsMember({"text", "json", "html"}).description(""));
+  app.add_option("--call", options.call,
+                 "Admit one typed request: a tool, then NAME=TEXT or NAME:=JSON for each argument")
+      ->type_name("TOOL [NAME=TEXT]");
+  app.add_flag("--list", options.list, "Show the tools and exit");
+  app.add_flag("--schema", options.schema, "Write the tools as a tools/list array and exit");
+  app.add_flag("--check", options.check, "Show the errors and warnings of the tools file and exit")
+      ->needs(app.get_option("--tools"));
+  app.add_option("--complete", options.complete)->group("");
+}
+
+void add_mode_options(CLI::App& app, Options& options) {
+  app.add_flag("--values", options.values,
+               "Let the report show values of arguments, which may be private")
+      ->needs(app.get_option("--report"));
+  app.add_option("--propose", options.propose,
+                 "Write the tools with what the report proposes, and measure on the same file of "
+                 "requests what that admits")
+      ->type_name("FILE")
+      ->needs(app.get_option("--report"));
+  app.add_option("--merge", options.merge,
+                 "Add up reports that --report json wrote, one a file or one a line; - is standard "
+                 "input")
+      ->type_name("REPORT...");
   app.add_flag("--wire", options.wire,
                "With --schema: as clients of a server are shown the tools, without x- keywords")
-      ->needs(modes[3]);
+      ->needs(app.get_option("--schema"));
+}
+
+void exclude(CLI::App& app, const char* name, std::initializer_list<const char*> others) {
+  for (const char* other : others) app.get_option(name)->excludes(app.get_option(other));
+}
+
+void exclude_each_other(CLI::App& app) {
+  for (std::size_t i = 0; i < std::size(modes); ++i) {
+    for (std::size_t j = i + 1; j < std::size(modes); ++j) exclude(app, modes[i], {modes[j]});
+    if (i == 0) continue;  // the report
+    exclude(app, modes[i], {"REQUESTS", "--display", "--jobs", "--calls-only", "--merge"});
+  }
+  exclude(app, "--report", {"--display"});
+  exclude(app, "--check", {"--skip-unsupported"});
+  exclude(app, "--merge",
+          {"REQUESTS", "--tools", "--display", "--jobs", "--calls-only", "--values", "--propose"});
+}
+
+void add_options(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", version(), "Show the version and exit");
+  app.set_help_flag("-h,--help", "Show this help and exit");
+  add_input_options(app, options);
+  add_modes(app, options);
+  add_mode_options(app, options);
+  exclude_each_other(app);
 }
 
 // "; did you mean --tools?" for an option that there is not.

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "fixture_tools.hpp"
+#include "messages.hpp"
 #include "test_data.hpp"
 #include "tool_binding/json.hpp"
 
@@ -32,24 +33,6 @@ std::string initialize(std::string_view revision) {
                            {"id", 0},
                            {"method", "initialize"},
                            {"params", Mapping{{"protocolVersion", revision}}}});
-}
-
-std::string call_line(const Value& id, std::string_view tool, const Mapping& arguments,
-                      const Value& token = {}) {
-  Mapping meta{{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
-               {"io.modelcontextprotocol/clientCapabilities", Mapping{}}};
-  if (!token.is_none()) meta.set("progressToken", token);
-  return json_text(
-      Mapping{{"jsonrpc", "2.0"},
-              {"id", id},
-              {"method", "tools/call"},
-              {"params", Mapping{{"name", tool}, {"arguments", arguments}, {"_meta", meta}}}});
-}
-
-std::string cancel_line(const Value& id) {
-  return json_text(Mapping{{"jsonrpc", "2.0"},
-                           {"method", "notifications/cancelled"},
-                           {"params", Mapping{{"requestId", id}}}});
 }
 
 // All that comes of a message, its calls run at once.

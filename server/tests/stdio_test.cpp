@@ -15,7 +15,7 @@
 #include <set>
 #include <thread>
 
-#include "tool_binding/json.hpp"
+#include "messages.hpp"
 
 namespace tool_binding {
 namespace {
@@ -123,27 +123,15 @@ class Server {
   std::string buffer_;
 };
 
-const Mapping modern_meta{{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
-                          {"io.modelcontextprotocol/clientCapabilities", Mapping{}}};
-
 std::string call(int id, std::string_view tool, const Mapping& arguments = {}) {
-  return json_text(
-             Mapping{{"jsonrpc", "2.0"},
-                     {"id", id},
-                     {"method", "tools/call"},
-                     {"params",
-                      Mapping{{"name", tool}, {"arguments", arguments}, {"_meta", modern_meta}}}}) +
-         '\n';
+  return call_line(id, tool, arguments) + '\n';
 }
 
 std::string wait_call(int id, std::string_view tool, int milliseconds) {
   return call(id, tool, {{"milliseconds", milliseconds}});
 }
 
-std::string cancel(int id) {
-  return R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":)" +
-         std::to_string(id) + "}}\n";
-}
+std::string cancel(int id) { return cancel_line(id) + '\n'; }
 
 std::string text_of(const Mapping& message) {
   const Value* result = message.find("result");

@@ -1,7 +1,7 @@
-#ifndef TOOL_BINDING_TESTS_PLAIN_SIMILARITY_HPP_
-#define TOOL_BINDING_TESTS_PLAIN_SIMILARITY_HPP_
+#ifndef TOOL_BINDING_FUZZ_PLAIN_SIMILARITY_HPP_
+#define TOOL_BINDING_FUZZ_PLAIN_SIMILARITY_HPP_
 
-// What text/similarity.hpp computes, as plainly as it can be: cubic, for tests and fuzz targets.
+// What text/similarity.hpp computes, as plainly as it can be: cubic, for the fuzz target.
 
 #include <algorithm>
 #include <array>
@@ -43,4 +43,4 @@ inline double plain_similarity(const std::u32string& c, const std::u32string& g)
 
 }  // namespace tool_binding
 
-#endif  // TOOL_BINDING_TESTS_PLAIN_SIMILARITY_HPP_
+#endif  // TOOL_BINDING_FUZZ_PLAIN_SIMILARITY_HPP_
