@@ -18,7 +18,7 @@ const std::string* action_of(const ToolSpec& spec, const Value* given) {
   return action != nullptr ? &action->name : nullptr;
 }
 
-bool stands_in_tools(const ToolSpec& spec) noexcept {
+bool is_in_tools(const ToolSpec& spec) noexcept {
   const ToolSpec* first = std::to_address(TOOLS.begin());
   return !std::less<>()(&spec, first) && std::less<>()(&spec, first + TOOLS.size());
 }
@@ -33,7 +33,7 @@ Value effective_action(std::string_view tool, const Mapping& arguments) {
 }
 
 const std::string* effective_action_(const ToolSpec& spec, const Value* given) {
-  const ToolSpec* registered = stands_in_tools(spec) ? &spec : TOOLS.find(spec.name());
+  const ToolSpec* registered = is_in_tools(spec) ? &spec : TOOLS.find(spec.name());
   return action_of(registered != nullptr ? *registered : spec, given);
 }
 
