@@ -28,6 +28,7 @@ enum class Unnamed { one = 64 };
 struct Date {
   int year;
 };
+struct Anything {};
 
 class Repository {};
 struct Engine {};
@@ -46,6 +47,14 @@ struct ParameterReader<Date> {
     return Date{std::stoi(std::string(value.get_text().substr(0, 4)))};
   }
   static Mapping schema() { return {{"type", "string"}, {"format", "date"}}; }
+};
+
+// Of no type word, so that any declaration agrees with it.
+template <>
+struct ParameterReader<Anything> {
+  static constexpr std::string_view words = "anything";
+  static std::optional<Anything> read(const Value&) { return Anything(); }
+  static Mapping schema() { return {}; }
 };
 
 namespace {
@@ -129,8 +138,8 @@ std::string problems_of(const ToolSpec& spec, const Ignored& left_out) {
         spec, {}, [] {}, left_out);
   });
 }
-std::string problems_of(const Tool& tool) {
-  return problems_of([&] { return bind_handler(tool, {}); });
+std::string problems_of(const Tool& tool, const Context& context = {}) {
+  return problems_of([&] { return bind_handler(tool, context); });
 }
 
 // The cases of a section of handler_mistakes.txt.
@@ -226,7 +235,13 @@ TEST(Types, AgreeWithWhatIsDeclaredOrAreAMistake) {
       {items("boolean"), "Value List [bool] [Value] "},
       {items("object"), "Value List [Value] [Mapping] "},
       {custom(object_type()), "Value Mapping "},
+      {with(string, &ParamSpec::enum_, std::vector<std::string>{"literal", "regex", "glob"}),
+       text + "Value Date "},
+      {with(integer, &ParamSpec::minimum, 0.5), integers + "Value "},
       {custom(any_type()), "Value Date "},
+      {custom(std::make_shared<CustomType>(
+           CustomType{"a list", any_type()->read, {{"type", "array"}}})),
+       "Value List [bool] [uint8] [int64] [double] " + texts + "[Mode] [Value] [Mapping] [Date] "},
       {custom(one_of({1, 300})), "int32 uint32 int64 uint64 int64 double float Value Date "},
       {custom(custom_type<Date>()), text + "Value Date "},
       {custom(custom_type<std::vector<Date>>()), "Value List " + texts + "[Mode] [Value] [Date] "},
@@ -236,6 +251,7 @@ TEST(Types, AgreeWithWhatIsDeclaredOrAreAMistake) {
                                     << display_form(c.param.default_));
     // Nothing is left out that has a default, and what is required needs no std::optional.
     EXPECT_EQ(agreeing(c.param, AllTypes()), std::pair(c.agree, c.agree));
+    EXPECT_EQ(agreeing(c.param, Types<Anything>()).first, "Anything ");
     if (!c.param.default_.is_none()) continue;
     ParamSpec may_be_none = c.param;
     may_be_none.required = false;
@@ -278,6 +294,12 @@ TEST(Mistakes, AreAllInOneErrorThatSaysWhatToWrite) {
           spec, clash, [](Engine*) {}, {"engine"}, all),
       problems_of(
           spec, {}, [](std::string&) {}, {"path"}, all),
+      problems_of(
+          spec, context, [](Engine*) {}, {"repository"}, all),
+      problems_of(tool("t", "", {}, [](Engine&) {}), twins),
+      problems_of(ToolSpec({.name = "t"}), {}, [](Value) {}, {"x"}),
+      problems_of(ToolSpec({.name = "t", .params = {{.name = "p", .type = "text"}}}), {},
+                  [](Value) {}, {"p"}),
   };
   EXPECT_EQ(found, mistakes("names and types"));
 }
@@ -296,12 +318,24 @@ ToolSpec branches() {
 }
 
 TEST(Mistakes, OfActions) {
+  const auto all = ignored("action", "name", "base", "all");
+  const auto others = ignored("name", "base", "all");
+  Context clash;
+  clash.provide("action", std::make_shared<Engine>());
   const Lines found = {
       problems_of(branches(), {}, [](int, std::string, std::string, bool) {},
                   {"action", "name", "base", "all"}),
-      problems_of(branches(), ignored("name", "base", "all")),
+      problems_of(branches(), others),
       problems_of(
-          branches(), {}, [](Mode) {}, {"action"}, ignored("name", "base", "all")),
+          branches(), {}, [](Mode) {}, {"action"}, others),
+      problems_of(
+          branches(), {}, [](std::vector<std::string>) {}, {"action"}, others),
+      problems_of(
+          branches(), {}, [](Value, Value) {}, {"action", "acton"}, others),
+      problems_of(
+          branches(), {}, [](std::string&) {}, {"action"}, others),
+      problems_of(
+          branches(), clash, [](Engine*) {}, {"engine"}, all),
   };
   EXPECT_EQ(found, mistakes("actions"));
 }
@@ -328,6 +362,10 @@ TEST(Mistakes, OfStructs) {
                         param<&Request::query>({.required_for = {"list"}})},
                        nothing)),
       problems_of(tool("t", "", {param<&Request::unnamed>()}, nothing)),
+      problems_of(
+          tool({.name = "t", .params = {{.name = "query"}}}, {param<&Request::query>()}, nothing)),
+      problems_of(tool({.name = "t", .actions = {"list"}},
+                       {param<&Request::sizes>({.action_defaults = {{"list", "1,2"}}})}, nothing)),
   };
   EXPECT_EQ(found, mistakes("structs"));
 }
@@ -386,6 +424,7 @@ TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
   const auto numbers = takes(std::type_identity<std::vector<double>>(), list);
   const auto objects = takes(std::type_identity<std::vector<Mapping>>(), list);
   const auto texts = takes(std::type_identity<std::vector<std::string_view>>(), list);
+  const std::string nines(400, '9');
   const Case cases[] = {
       {"integer", "", i8, -128, -128},
       {"integer", "", i8, "127", 127},
@@ -419,6 +458,10 @@ TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
       {"array", "object", objects, List{"{'a': 1}", Mapping{{"b", 2}}},
        List{Mapping{{"a", 1}}, Mapping{{"b", 2}}}},
       {"array", "object", objects, List{5}, "Parameter 'p' of t, item 1, must be an object, not 5"},
+      {"array", "number", numbers, List{Value::integer_of(nines)},
+       "Parameter 'p' of t, item 1, must be a number from -1.7976931348623157e+308 to "
+       "1.7976931348623157e+308, not " +
+           nines},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(display_form(c.sent));
@@ -431,6 +474,32 @@ TEST(Calls, GetEveryTypeOfValueAndNothingElse) {
     } catch (const ArgumentError& error) {
       EXPECT_EQ(Value(error.message()), c.expected);
     }
+  }
+}
+
+// A handler of the layer can be called with anything.
+TEST(Calls, RefuseWhatAdmissionWouldNotGive) {
+  const ToolSpec spec({.name = "t", .params = {{.name = "p", .type = "array", .required = true}}});
+  const auto refusal = [&spec](auto function, const Value& sent) {
+    try {
+      return display_form(bind_handler(spec, {}, function, {"p"}).call({{"p", sent}}));
+    } catch (const ArgumentError& error) {
+      return std::string(error.message());
+    }
+  };
+  EXPECT_EQ(refusal([](const List&) {}, "a"),
+            "Parameter 'p' of t must be a list (or comma-separated text), not 'a'");
+  EXPECT_EQ(refusal([](const std::vector<Value>&) {}, 5),
+            "Parameter 'p' of t must be a list (or comma-separated text), not 5");
+  const Handler by_action = bind_handler(
+      branches(), {}, [](Action, const std::optional<std::string>&) {}, {"action", "base"},
+      ignored("name", "all"));
+  try {
+    by_action.call({{"action", "zzz"}, {"name", Value()}, {"base", Value()}, {"all", true}});
+    ADD_FAILURE();
+  } catch (const ArgumentError& error) {
+    EXPECT_EQ(error.message(),
+              "Parameter 'action' of branches must be one of: list, create, not 'zzz'");
   }
 }
 

@@ -32,6 +32,8 @@ TEST(ParseJson, ReadsEveryKindExactly) {
       {R"("\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00e9\U0001f600"},
       {R"("12 \" 1e999 \\")", "12 \" 1e999 \\"},  // digits in text are not a number
       {R"({"a": 1, "b": 2, "a": [3]})", Mapping{{"a", List{3}}, {"b", 2}}},
+      {R"({"a": 1, "b": 2, "a": 3, "b": 4, "a": 5, "b": "a text of its own"})",
+       Mapping{{"a", 5}, {"b", "a text of its own"}}},
       {R"({"": {"1": "1", "a\u0000b": null}})",
        Mapping{{"", Mapping{{"1", "1"}, {std::string_view("a\0b", 3), Value()}}}}},
   };
@@ -75,6 +77,12 @@ TEST(ParseJson, SaysWhatIsWrongAndWhere) {
     }
   }
   EXPECT_THROW((void)parse_json(nines + "." + nines), JsonError);
+  EXPECT_EQ(parse_json("[1]", {.bytes = 3}), Value(List{1}));
+  try {
+    ADD_FAILURE() << display_form(parse_json("[12]", {.bytes = 3}));
+  } catch (const JsonError& error) {
+    EXPECT_STREQ(error.what(), "invalid JSON at byte 4: longer than 3 bytes");
+  }
 }
 
 TEST(JsonText, WritesEveryKind) {

@@ -35,6 +35,7 @@ TEST(Similarity, IsWhatTheRulesSay) {
       {"", "a", 0},
       {"q", "qq", 2.0 / 3},
       {"query", "Query", 0.8},
+      {"qq" + a99, "qq", 4.0 / 103},
       {"abcde", "abcxy", 0.6},
       {"ab", "bacb", 2.0 / 3},
       {"bacb", "ab", 1.0 / 3},

@@ -35,6 +35,10 @@ Context sample_context() {
 Tool failing(std::string name, void (*fail)()) { return tool(std::move(name), "", {}, fail); }
 
 std::vector<Tool> sample_tools() {
+  const ToolSpec bound({.name = "bound",
+                        .actions = {"a", "b"},
+                        .params = {{.name = "p", .type = "integer", .required = true}},
+                        .default_action = "a"});
   return {
       tool("search", "Finds text.",
            {param<&Search::query>({.synonyms = {"q"}}),
@@ -47,12 +51,18 @@ std::vector<Tool> sample_tools() {
           .with({.title = "Search",
                  .annotations = {.read_only = true, .open_world = false},
                  .output_schema = {{"type", "object"}},
-                 .icons = {{.src = "https://a/b.png", .sizes = {"48x48"}}},
+                 .icons = {{.src = "https://a/b.png", .sizes = {"48x48"}},
+                           {.src = "data:,", .mime_type = "image/png", .theme = "dark"}},
                  .required_capabilities = {{"sampling", Mapping{}}}}),
       tool(ToolSpec({.name = "named", .params = {{.name = "p", .type = "array"}}}),
            [](std::optional<List> items) { return items ? Value(*items) : Value(); }, {"p"}),
       tool(ToolSpec({.name = "by_hand", .params = {{.name = "p", .default_ = "d"}}}),
-           Handler{{{"p"}}, [](Mapping arguments) { return arguments.at("p"); }}),
+           Handler{{{"p"},
+                    {"positional", ParameterKind::VAR_POSITIONAL},
+                    {"keyword", ParameterKind::VAR_KEYWORD}},
+                   [](Mapping arguments) { return arguments.at("p"); }}),
+      tool(bound, bind_handler(
+                      bound, {}, [](std::int8_t p) { return p; }, {"p"}, ignored("action"))),
       tool("mapping", "", {},
            [] {
              return Mapping{{"a", 1}};
@@ -150,6 +160,7 @@ TEST(ToolService, HandsTheCallToItsHandler) {
   EXPECT_EQ(seen.id, Value("seven"));
   EXPECT_TRUE(seen.stopped);
   EXPECT_EQ(seen.progress, (std::vector<double>{1, 2}));
+  Call().progress(1);  // of no request: nobody is there to hear it
 }
 
 TEST(ToolService, TellsAllMistakesOfAllToolsAtOnce) {
@@ -189,7 +200,8 @@ TEST(ToolService, PublishesItsToolsWithWhatTheyAre) {
   EXPECT_EQ(first.at("annotations"),
             Value(Mapping{{"readOnlyHint", true}, {"openWorldHint", false}}));
   EXPECT_EQ(first.at("icons"),
-            Value(List{Mapping{{"src", "https://a/b.png"}, {"sizes", Value(List{"48x48"})}}}));
+            Value(List{Mapping{{"src", "https://a/b.png"}, {"sizes", Value(List{"48x48"})}},
+                       Mapping{{"src", "data:,"}, {"mimeType", "image/png"}, {"theme", "dark"}}}));
   EXPECT_EQ(wire.back().as_mapping().find("title"), nullptr);
   EXPECT_TRUE(service.info("search")->required_capabilities.contains("sampling"));
   EXPECT_EQ(service.info("other"), nullptr);

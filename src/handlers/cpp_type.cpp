@@ -80,8 +80,8 @@ std::optional<std::uint64_t> read_uint64(const Value& value) noexcept {
   if (!integer) return std::nullopt;
   const std::string_view digits = integer->digits();
   std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
-  if (error != std::errc() || end != digits.end()) return std::nullopt;
+  const auto read = std::from_chars(digits.begin(), digits.end(), number);
+  if (read.ec != std::errc()) return std::nullopt;
   return number;
 }
 
@@ -107,37 +107,22 @@ Coercion_ coerced_item(CppKind kind, const Value& item) {
 
 }  // namespace
 
-bool coerce_item(CppKind kind, Value& item) {
+bool coerce_item(CppKind kind, Value& item) try {
   auto [value, failure] = coerced_item(kind, item);
   if (failure != Coercion_::Failure::none) return false;
   item = std::move(value);
   return true;
+} catch (const std::overflow_error&) {  // an integer beyond all floats
+  return false;
 }
 
 // Words.
 
 namespace {
 
-struct Words {
-  std::string_view word;   // of the registry
-  std::string_view words;  // of a refusal
-};
-
-constexpr std::array<Words, 9> kind_words = {{
-    {"boolean", "true or false"},
-    {"integer", "a whole number"},
-    {"number", "a number"},
-    {"string", "text"},
-    {"string", ""},
-    {"", "a value"},
-    {"array", list_words},
-    {"object", "an object"},
-    {"", ""},
-}};
-
-const Words& words_for(const CppType& type) {
-  return kind_words[static_cast<std::size_t>(type.kind)];
-}
+// The type word of each CppKind.
+constexpr std::array<std::string_view, 9> kind_words = {
+    "boolean", "integer", "number", "string", "string", "", "array", "object", ""};
 
 template <class Number>
 std::string shown(Number number) {
@@ -148,10 +133,9 @@ std::string integer_words(const CppType& type, const ParamSpec* param) {
   const auto side = [](const Value* bound, const std::string& limit) {
     return bound != nullptr && bound->is_integer() ? display_form(*bound) : limit;
   };
-  const bool has_bounds = param != nullptr && !type.is_vector;
   return line_of({type_words("integer"), " from ",
-                  side(has_bounds ? &param->minimum : nullptr, shown(type.lowest)), " to ",
-                  side(has_bounds ? &param->maximum : nullptr, shown(type.highest))});
+                  side(param != nullptr ? &param->minimum : nullptr, shown(type.lowest)), " to ",
+                  side(param != nullptr ? &param->maximum : nullptr, shown(type.highest))});
 }
 
 }  // namespace
@@ -162,7 +146,8 @@ std::string_view schema_word(const Mapping& schema) {
 }
 
 std::string_view item_word_of(const CppType& type) {
-  return type.kind == CppKind::custom ? schema_word(type.custom()->schema) : words_for(type).word;
+  if (type.kind == CppKind::custom) return schema_word(type.custom()->schema);
+  return kind_words[static_cast<std::size_t>(type.kind)];
 }
 
 std::string_view word_of(const CppType& type) {
@@ -190,7 +175,6 @@ std::string words_of(const CppType& type, const Value& value, const ParamSpec* p
     return line_of(
         {type_words("number"), " from ", shown(-type.largest), " to ", shown(type.largest)});
   }
-  if (type.kind == CppKind::value) return "a value";
   if (type.kind == CppKind::mapping) return object_type()->words;
   return std::string(type_words(item_word_of(type)));
 }

@@ -35,10 +35,9 @@ void Frame::refuse(const Slot& slot, const Value& value) {
   if (const List* items = value.if_list(); items != nullptr && slot.type->is_vector) {
     return refuse_items(*slot.type, start, *items, refusal_);
   }
-  add_line(refusal_, {start, " must be ",
-                      slot.type->is_vector ? std::string(list_words)
-                                           : words_of(*slot.type, value, slot.param),
-                      ", not ", display_form(value)});
+  const std::string words =
+      slot.type->is_vector ? std::string(list_words) : words_of(*slot.type, value, slot.param);
+  add_line(refusal_, {start, " must be ", words, ", not ", display_form(value)});
 }
 
 }  // namespace tool_binding::detail

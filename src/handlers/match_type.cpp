@@ -79,8 +79,7 @@ class TypeMatch {
   // A type with a reader can be declared by the word of its schema, or by any where it has none.
   bool match_type_word() {
     const std::string_view word = word_of(type_);
-    const bool is_open = word.empty() && type_.kind == CppKind::custom;
-    if (is_open || param_.type == word) return true;
+    if (word.empty() || param_.type == word) return true;
     add({type_line("\"" + param_.type + "\"", type_, types_for(param_.type),
                    declaration_of(type_))});
     return false;
@@ -146,10 +145,9 @@ class TypeMatch {
         std::all_of(param_.enum_.begin(), param_.enum_.end(), is_enumerator)) {
       return;
     }
-    add({"is declared with ",
-         param_.enum_.empty() ? "no enum_" : line_of({"the enum_ ", joined(param_.enum_, ", ")}),
-         ", and the enumerators of ", type_.name, " are ", names_of(enumerators),
-         "; make them the same, or take std::string"});
+    const std::string_view start = param_.enum_.empty() ? "no enum_" : "the enum_ ";
+    add({"is declared with ", start, joined(param_.enum_, ", "), ", and the enumerators of ",
+         type_.name, " are ", names_of(enumerators), "; make them the same, or take std::string"});
   }
 
   void match_bounds() {
@@ -174,19 +172,17 @@ class TypeMatch {
   }
   void match_default(std::string_view action, const Value& value) {
     if (value.is_none() || type_.accepts(value)) return;
-    const Value* item = first_bad_item(value);
-    add({"its default ", action.empty() ? "" : line_of({"for ", action, " "}), display_form(value),
-         " cannot be ", name_of(type_), ", ",
-         item != nullptr ? "of which each item is " : "which is ",
-         type_.is_vector && item == nullptr ? "a list"
-                                            : words_of(type_, item ? *item : value, nullptr),
+    add({"its default ", action.empty() ? "" : "for ", action, action.empty() ? "" : " ",
+         display_form(value), " cannot be ", name_of(type_), ", ", needed_for(value),
          "; write a default that can"});
   }
-  [[nodiscard]] const Value* first_bad_item(const Value& value) const {
-    const List* items = type_.is_vector ? value.if_list() : nullptr;
-    if (items == nullptr) return nullptr;
+  // What the value, which is not accepted, would have to be.
+  [[nodiscard]] std::string needed_for(const Value& value) const {
+    if (!type_.is_vector) return line_of({"which is ", words_of(type_, value, nullptr)});
+    const List* items = value.if_list();
+    if (items == nullptr) return "which is a list";
     const auto bad = std::find_if_not(items->begin(), items->end(), type_.accepts_item);
-    return bad != items->end() ? &*bad : nullptr;
+    return line_of({"of which each item is ", words_of(type_, *bad, nullptr)});
   }
 
   // Whether each action has a default of its own, so that the parameter's is never used.
@@ -216,7 +212,8 @@ class TypeMatch {
     }
     const bool is_none = spec_.actions().empty() ? can_be_none(std::nullopt) : !actions.empty();
     if (!is_none) return;
-    add({"can be left out", actions.empty() ? "" : line_of({" (", joined(actions, ", "), ")"}),
+    const std::string_view open = actions.empty() ? "" : " (", close = actions.empty() ? "" : ")";
+    add({"can be left out", open, joined(actions, ", "), close,
          " and then has no default, and the handler takes ", name_of(type_),
          "; take std::optional<", name_of(type_), ">, give it a default, or make it required"});
   }

@@ -127,7 +127,8 @@ class Planning {
     if (!spec_.actions().empty()) nearest.offer(ACTION_PARAM);
     for (const Context::Entry& entry : context_.entries()) nearest.offer(entry.name);
     const auto best = nearest.best();
-    return best ? line_of({": did you mean '", *best, "'?"}) : "";
+    if (!best) return {};
+    return line_of({": did you mean '", *best, "'?"});
   }
 
   void match_taken() {
@@ -136,13 +137,10 @@ class Planning {
   }
   void match_declared(std::string_view name) {
     const bool is_ignored = has_name(callable_.ignored, name);
-    if (taken_.contains(name) == is_ignored) {
-      add(name, {is_ignored ? "is ignored, and the handler takes it; do one of both"
-                            : line_of({name == ACTION_PARAM ? "is the action" : "is declared",
-                                       ", and the handler does not take it; take it, or add "
-                                       "ignored(\"",
-                                       name, "\")"})});
-    }
+    if (taken_.contains(name) != is_ignored) return;
+    if (is_ignored) return add(name, {"is ignored, and the handler takes it; do one of both"});
+    add(name, {name == ACTION_PARAM ? "is the action" : "is declared",
+               ", and the handler does not take it; take it, or add ignored(\"", name, "\")"});
   }
   void match_ignored() {
     for (const std::string& name : callable_.ignored) {

@@ -76,9 +76,8 @@ struct TakeResult {
   void operator()(std::string&& text) const { add_text(answer, std::move(text)); }
   void operator()(Value&& value) const {
     if (is_structured(value)) return add_structured(answer, std::move(value));
-    if (!value.is_none()) {
-      add_text(answer, value.is_text() ? std::string(value.get_text()) : json_text(value));
-    }
+    if (value.is_text()) return add_text(answer, std::string(value.get_text()));
+    if (!value.is_none()) add_text(answer, json_text(value));
   }
   void operator()(Answer&& result) const {
     answer.content = std::move(result.content);

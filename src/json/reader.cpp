@@ -66,7 +66,8 @@ std::string shown_token(const char* next, const char* end) {
   if (!token.empty()) return '\'' + shortened(token) + '\'';
   if (*next == '\'') return "\"'\"";
   const bool is_printable = *next > 0x20 && *next < 0x7F;
-  return is_printable ? std::string{'\'', *next, '\''} : "byte " + hex_byte(*next);
+  if (!is_printable) return "byte " + hex_byte(*next);
+  return {'\'', *next, '\''};
 }
 
 // Members whose names and values alternate.

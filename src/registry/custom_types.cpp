@@ -34,7 +34,8 @@ std::optional<Value> read_entry(const List& values, const Value& sent) {
   auto entry = std::find(values.begin(), values.end(), sent);
   if (entry == values.end()) {
     entry = std::find_if(values.begin(), values.end(), [&sent](const Value& value) {
-      return sent.is_text() ? text_form(value) == sent.get_text() : are_equal_numbers(value, sent);
+      if (!sent.is_text()) return are_equal_numbers(value, sent);
+      return text_form(value) == sent.get_text();
     });
   }
   return entry != values.end() ? std::optional(*entry) : std::nullopt;

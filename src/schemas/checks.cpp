@@ -107,7 +107,8 @@ void check_entries_of_type(const ParamSpec& param, const Place& place) {
 
 void check_bound(const ParamSpec& param, std::string_view which, const Value& bound,
                  const Place& place) {
-  constexpr double largest = std::numeric_limits<double>::max();
+  const Value largest(std::numeric_limits<double>::max());
+  const Value lowest(std::numeric_limits<double>::lowest());
   if (bound.is_none()) return;
   if (!is_finite_number(bound)) return place.must_be(which, "a finite number", bound);
   if (param.custom != nullptr || param.type.empty()) return;
@@ -115,7 +116,7 @@ void check_bound(const ParamSpec& param, std::string_view which, const Value& bo
     place.warning(quoted(which) + " has no effect on type " + quoted(param.type) +
                   ": leave it out");
   } else if (param.type == "number" &&
-             (compare_numbers(bound, -largest) < 0 || compare_numbers(bound, largest) > 0)) {
+             (compare_numbers(bound, lowest) < 0 || compare_numbers(bound, largest) > 0)) {
     place.warning(quoted(which) + " is beyond the range of floats: leave it out");
   }
 }
@@ -194,13 +195,16 @@ std::string default_fault(const ParamSpec& param, const Value& value) {
              : "";
 }
 
+std::string shown_default(const Value& value) {
+  if (value.is_list()) return "list";
+  return value.is_mapping() ? "object" : display_form(value);
+}
+
 void check_defaults(const ParamSpec& param, const Place& place) {
   const auto check = [&](const Value& value, const std::string& whose) {
-    const std::string fault = value.is_none() ? "" : default_fault(param, value);
-    const std::string what = value.is_list()      ? "list"
-                             : value.is_mapping() ? "object"
-                                                  : shown(value);
-    if (!fault.empty()) place.warning("the default " + what + whose + " " + fault);
+    if (value.is_none()) return;
+    const std::string fault = default_fault(param, value);
+    if (!fault.empty()) place.warning("the default " + shown_default(value) + whose + " " + fault);
   };
   check(param.default_, "");
   for (const auto& [action, value] : param.action_defaults) check(value, " for " + quoted(action));

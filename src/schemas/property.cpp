@@ -52,7 +52,7 @@ const TypeTest* find_type(std::string_view type) noexcept {
 
 // Arguments beyond the properties are refused anyway; a list of required members is about objects.
 bool asks_for_nothing(std::string_view keyword, const Value& value) {
-  return value.is_none() || (keyword == "additionalProperties" && value == Value(false)) ||
+  return value.is_none() || (keyword == "additionalProperties" && value.if_boolean() == false) ||
          (keyword == "required" && value.is_list());
 }
 
@@ -74,15 +74,14 @@ std::vector<std::string> read_texts(const Value& value, std::string_view keyword
   return texts;
 }
 
-bool is_null_word(const Value& type) { return type == Value("null"); }
-
 // Whether a schema admits null alone, which is an argument left out, or nothing: {"not": {}}.
 bool is_null_schema(const Value& schema) {
   if (!schema.is_mapping()) return false;
   const Value* type = find_given(schema.get_mapping(), "type");
   const Value* unwanted = find_given(schema.get_mapping(), "not");
-  return (type != nullptr && is_null_word(*type)) ||
-         (unwanted != nullptr && *unwanted == Value(Mapping()));
+  const Mapping* excluded = unwanted != nullptr ? unwanted->if_mapping() : nullptr;
+  return (type != nullptr && type->if_text() == "null") ||
+         (excluded != nullptr && excluded->empty());
 }
 
 // The one alternative that is not null's; null when there are none or several.
@@ -253,7 +252,7 @@ Property open_property(const Mapping& schema) {
   property.combination = open_union(property);
   if (!property.combination.empty()) property.branch = nullptr;
   const Value* nullable = property.find("nullable");
-  if (nullable != nullptr && *nullable == Value(true)) property.may_be_null = true;
+  if (nullable != nullptr && nullable->if_boolean() == true) property.may_be_null = true;
   return property;
 }
 

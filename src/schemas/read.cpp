@@ -80,9 +80,9 @@ void read_items_enum(const List& entries, ParamSpec& param, const Place& place) 
 Mapping rest_of_items(const Mapping& items, const ParamSpec& param) {
   Mapping rest;
   for (const Mapping::Entry& entry : items) {
-    const bool is_said = entry.key() == Value("type")
-                             ? !param.items_type.empty()
-                             : entry.key() == Value("enum") && !param.enum_.empty();
+    const auto keyword = entry.key().if_text();
+    const bool is_said = (keyword == "type" && !param.items_type.empty()) ||
+                         (keyword == "enum" && !param.enum_.empty());
     if (!is_said) rest.set(entry.key(), entry.value);
   }
   return rest;
@@ -109,10 +109,10 @@ void read_items(const Mapping& items, ParamSpec& param, const Place& place) {
 
 void read_list(const Property& property, ParamSpec& param, const Place& place) {
   const Value* items = property.find("items");
-  if (items == nullptr || *items == Value(true)) return;
+  if (items == nullptr || items->if_boolean() == true) return;
   if (param.type != "array") {
     place.warning("'items' has no effect on type " + quoted(param.type) + ": leave it out");
-  } else if (items->is_list() || *items == Value(false)) {
+  } else if (items->is_list() || items->is_boolean()) {
     place.warning("'items' as " + std::string(items->is_list() ? "a list" : "false") +
                   " is not enforced, so the handler must check it");
   } else if (const Mapping* schema = read_mapping(items, "items", place)) {
@@ -144,13 +144,21 @@ List types_in(const Property& property, bool& may_be_null) {
   const Value* type = property.find("type");
   if (type == nullptr) return types;
   for (const Value& each : type->is_list() ? type->get_list() : List{*type}) {
-    each == Value("null") ? void(may_be_null = true) : types.push_back(each);
+    if (each.if_text() == "null") {
+      may_be_null = true;
+    } else {
+      types.push_back(each);
+    }
   }
   return types;
 }
 
+bool is_only(const List& types, std::string_view word) {
+  return types.size() == 1 && types[0].if_text() == word;
+}
+
 void read_type(const Value& type, const Property& property, ParamSpec& param, const Place& place) {
-  const std::string word = type.is_text() ? text_form(type) : "";
+  const std::string_view word = type.if_text().value_or("");
   if (word == "object") {
     pass_on(object_type(), property, param);
     place.warning("an object's members are passed on unchecked, so the handler must check them");
@@ -166,8 +174,7 @@ void read_type(const Value& type, const Property& property, ParamSpec& param, co
 // item.
 bool is_of_whole_values(const List& entries, const List& types) {
   if (is_all_text(entries)) return false;
-  const bool is_array = types.size() == 1 && types[0] == Value("array");
-  return !is_array ||
+  return !is_only(types, "array") ||
          std::all_of(entries.begin(), entries.end(), [](const Value& e) { return e.is_list(); });
 }
 
@@ -216,7 +223,7 @@ ParamSpec read_param(std::string_view name, const Value& schema, bool is_require
                      const Place& place) {
   ParamSpec param{.name = std::string(name), .required = is_required};
   const Mapping anything;
-  if (!schema.is_mapping() && schema != Value(true)) {
+  if (!schema.is_mapping() && schema.if_boolean() != true) {
     place.error("must be an object with a 'type', not " + shown(schema));
     param.type = "";
     return param;
@@ -258,7 +265,7 @@ void read_default_action(const Property& property, Draft& tool, const Place& pla
   const Value* given = property.find("default");
   if (given == nullptr || !tool.are_actions_known) return;
   for (const ActionSpec& action : tool.definition.actions) {
-    if (*given == Value(action.name)) tool.definition.default_action = action.name;
+    if (given->if_text() == action.name) tool.definition.default_action = action.name;
   }
   if (tool.definition.default_action) return;
   place.warning("the default " + shown(*given) +
@@ -288,7 +295,7 @@ void read_action(const Value& schema, bool is_required, Draft& tool, const Place
   }
   Property property = open_property(schema.get_mapping());
   const List types = types_in(property, property.may_be_null);
-  if (!types.empty() && types != List{"string"}) {
+  if (!types.empty() && !is_only(types, "string")) {
     place.must_be("type", "'string'", *property.find("type"));
   }
   read_actions(property, tool, place);
@@ -360,7 +367,7 @@ void read_definitions(const Mapping& schema, Draft& tool) {
 
 void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
   const Value* type = find_given(schema, "type");
-  if (type != nullptr && *type != Value("object")) {
+  if (type != nullptr && type->if_text() != "object") {
     place.must_be("inputSchema.type", "'object'", *type);
   }
   const Value* given = find_given(schema, "properties");
@@ -373,7 +380,7 @@ void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
     warn_of_unread(schema, schema_keywords, place, " of 'inputSchema'");
   }
   const Value* additional = find_given(schema, "additionalProperties");
-  if (additional != nullptr && *additional != Value(false)) {
+  if (additional != nullptr && additional->if_boolean() != false) {
     place.warning(
         "'additionalProperties' allows names that are not declared, but these are refused "
         "all the same: write false");
@@ -389,9 +396,10 @@ void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
 
 // Empty when it has none.
 std::string name_of(const Value& tool) {
-  const Value* name = tool.is_mapping() ? tool.get_mapping().find("name") : nullptr;
-  const bool is_name = name != nullptr && name->is_text() && !is_blank(name->get_text());
-  return is_name ? std::string(name->get_text()) : "";
+  const Value* given = tool.is_mapping() ? tool.get_mapping().find("name") : nullptr;
+  const std::string_view name = given != nullptr ? given->if_text().value_or("") : "";
+  if (is_blank(name)) return {};
+  return std::string(name);
 }
 
 void check_name(const std::string& name, std::set<std::string>& names, const Place& place) {

@@ -68,7 +68,8 @@ std::string enumerated(const std::vector<std::string>& names) {
 }
 
 std::string shown_default(const Value& value) {
-  return value.is_none() ? "none" : json_text(value);
+  if (value.is_none()) return "none";
+  return json_text(value);
 }
 
 // "Default for list: true, for create: false, otherwise: none."
@@ -90,10 +91,10 @@ void add_sentence(Mapping& property, std::string_view sentence) {
   std::string text;
   if (const Value* description = property.find("description")) text = text_form(*description);
   if (!text.empty()) {
-    append(text, {std::string_view(".!?:").find(text.back()) == std::string_view::npos ? ". " : " ",
-                  sentence});
+    const bool is_ended = std::string_view(".!?:").find(text.back()) != std::string_view::npos;
+    text += is_ended ? " " : ". ";
   }
-  property.set("description", text.empty() ? std::string(sentence) : std::move(text));
+  property.set("description", text.append(sentence));
 }
 
 // A default that is not to be a keyword.
