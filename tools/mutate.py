@@ -2,12 +2,13 @@
 """Checks that the tests notice when the library is wrong.
 
 Each row of MUTATIONS is a single change that breaks src/. One after the other is made in a scratch
-copy of the tree, built, and must make a test fail. Fails when one survives, does not build, or when
-its old text is no longer exactly once in its file.
+copy of the tree, built, and must make a test fail: one of tests/, since the replay of the fuzz targets
+stops by the clock. Fails when one survives, does not build, or when its old text is no longer exactly
+once in its file.
 
-    tools/mutate.py                 all of them (some ten minutes)
+    tools/mutate.py                 all of them (some half an hour)
     tools/mutate.py --only trim     those of the files whose name holds this
-    tools/mutate.py --check         only whether the old texts still stand in their files
+    tools/mutate.py --check         only whether the old texts are still in their files
 """
 
 import argparse
@@ -49,6 +50,12 @@ MUTATIONS = [
     ("schemas/effective_action.cpp", "given->is_none() || ", ""),
     ("handlers/frame.cpp", "if (name == action) return value;", ""),
     ("handlers/frame.cpp", "if (type.accepts_item(items[i])) continue;", ""),
+    ("handlers/cpp_type.cpp", "catch (const std::overflow_error&) {  // an integer",
+     "catch (const std::bad_alloc&) {  // an integer"),
+    ("handlers/match_type.cpp", "if (is_own && word.empty()) return true;", ""),
+    ("handlers/plan.cpp", "if (names.size() > 1) return", "if (names.size() > 2) return"),
+    ("handlers/plan.cpp", "for (const SchemaProblem& problem : check_tool",
+     "if (false) for (const SchemaProblem& problem : check_tool"),
     ("schemas/checks.cpp", "compare_numbers(low, high) > 0", "compare_numbers(low, high) >= 0"),
     ("schemas/property.cpp", "*outer == entry.value) continue", "false) continue"),
     ("schemas/wire.cpp", "is_among(data_keywords, keyword)", "false"),
@@ -81,7 +88,8 @@ class Tree:
         ignored = shutil.ignore_patterns(".git", "build*", "node_modules")
         shutil.copytree(source, self.source, ignore=ignored)
         configured = run("cmake", "-S", self.source, "--preset", "dev", "-B", self.build,
-                         "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF")
+                         "-DCMAKE_COMPILE_WARNING_AS_ERROR=OFF",
+                         "-DTOOL_BINDING_BUILD_SERVER=OFF", "-DTOOL_BINDING_BUILD_EXAMPLES=OFF")
         if configured.returncode != 0:
             sys.exit(configured.stdout)
         if self.failure() is not None:
@@ -93,7 +101,7 @@ class Tree:
         if built.returncode != 0:
             return "BUILD\n" + built.stdout
         tested = run("ctest", "--test-dir", self.build, "-j", self.jobs, "--stop-on-failure",
-                     "--timeout", "120", "--no-tests=error")
+                     "--timeout", "120", "--no-tests=error", "-E", r"^(fuzz|compile_fail)\.")
         if tested.returncode == 0:
             return None
         failed = re.search(r"^\s*\d+ - (.*) \(.*\)$", tested.stdout, re.MULTILINE)
