@@ -143,6 +143,7 @@ TEST_F(ToolBinding, AdmitsWithoutAnException) {
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error(),
             "Parameter 'limit' of search must be a whole number, not 'many'; search needs 'query'");
+  EXPECT_THROW(static_cast<void>(refused.value()), ArgumentError);
   try {
     static_cast<void>(Admission(refused).value());
     FAIL();

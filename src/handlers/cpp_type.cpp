@@ -107,13 +107,15 @@ Coercion_ coerced_item(CppKind kind, const Value& item) {
 
 }  // namespace
 
-bool coerce_item(CppKind kind, Value& item) try {
-  auto [value, failure] = coerced_item(kind, item);
-  if (failure != Coercion_::Failure::none) return false;
-  item = std::move(value);
-  return true;
-} catch (const std::overflow_error&) {  // an integer beyond all floats
-  return false;
+bool coerce_item(CppKind kind, Value& item) {
+  try {
+    auto [value, failure] = coerced_item(kind, item);
+    if (failure != Coercion_::Failure::none) return false;
+    item = std::move(value);
+    return true;
+  } catch (const std::overflow_error&) {  // an integer beyond all floats
+    return false;
+  }
 }
 
 // Words.
