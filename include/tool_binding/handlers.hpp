@@ -150,7 +150,8 @@ class Ignored {
 
 // What a handler does not take: declared parameters, or the action.
 //
-//   const ToolSpec read({.name = "read", .params = {{.name = "path"}, {.name = "lines"}}});
+//   const ToolSpec read(
+//       {.name = "read", .params = {{.name = "path", .required = true}, {.name = "lines"}}});
 //   const auto answer = [](std::string path) { return path; };
 //   bind_handler(read, {}, answer, {"path"}, ignored("lines"))
 //   bind_handler(read, {}, answer, {"path"})   throws HandlerError:
