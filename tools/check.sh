@@ -48,6 +48,9 @@ for shared in OFF ON; do
   (export LD_LIBRARY_PATH="$found_in"; answers "$work/server-by-pkg-config")
 done
 
+echo '-- each installed header by itself'
+find "$include" -name '*.hpp' -exec g++ -std=c++20 -fsyntax-only -I"$include" -xc++ {} +
+
 echo '-- a user who adds the source tree'
 {
   cmake -S tests/package -B "$work/subdirectory" -G Ninja -DTOOL_BINDING_SOURCE="$PWD"

@@ -26,17 +26,18 @@
 // Parameters of a request are of these types: bool; any integer type but the character types;
 // double, float; std::string, std::string_view, std::filesystem::path; an enum class (see
 // enum_names); std::vector of these; std::optional of all these; Value, List, Mapping; and a type
-// of yours (see ParameterReader). A handler takes them by value, by const reference or by rvalue
-// reference. Views are valid until the handler returns.
+// of yours (see ParameterReader, like enum_names in handlers/parameter_types.hpp). A handler takes
+// them by value, by const reference or by rvalue reference. Views are valid until the handler
+// returns.
 //
 // Of the context a handler takes T&, const T&, std::shared_ptr<T> or T*, which is null where the
 // context has no such entry. No client can supply it, and no schema shows it. `Call&` and
 // `std::stop_token` come without a name.
 //
 // A handler returns text, a number or bool, Value, Mapping or List (structured content), Answer, or
-// nothing. It is called from any thread, from several at the same time, and so must not be mutable.
-// It and all that it captures are kept, and destroyed with the last copy of the Handler, Tool or
-// ToolService.
+// nothing; handlers/answer.hpp has Answer, Call and ToolError. It is called from any thread, from
+// several at the same time, and so must not be mutable. It and all that it captures are kept, and
+// destroyed with the last copy of the Handler, Tool or ToolService.
 //
 // Mistakes: the number of names and the types are checked by the compiler. All others are found
 // when the handler is bound, and one HandlerError lists every one, the errors of check_tool() among
@@ -55,7 +56,6 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -64,10 +64,11 @@
 #include <utility>
 #include <vector>
 
+#include "tool_binding/detail/cpp_type.hpp"
+#include "tool_binding/detail/function.hpp"
 #include "tool_binding/export.hpp"
 #include "tool_binding/handlers/answer.hpp"
-#include "tool_binding/handlers/cpp_type.hpp"
-#include "tool_binding/handlers/function.hpp"
+#include "tool_binding/handlers/parameter_types.hpp"
 #include "tool_binding/tool_binding.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
@@ -98,6 +99,10 @@ class TOOL_BINDING_EXPORT HandlerError : public std::logic_error {
 //
 //   Context context;
 //   context.provide("repository", std::make_shared<Repository>("/srv/code"));
+//   const Handler root = bind_handler(ToolSpec({.name = "root"}), context,
+//                                     [](const Repository& repository) { return repository.root; },
+//                                     {"repository"});
+//   root.call({}) == Value("/srv/code")
 //
 // A handler that takes Repository& gets the entry whose name it gives, else the only one of that
 // type: two of one type without a name are a HandlerError. The type is the one that is provided,
@@ -111,16 +116,9 @@ class TOOL_BINDING_EXPORT Context {
   // std::invalid_argument for a null pointer (leave out what is absent) and for a repeated name.
   // Returns the context, so that calls can be chained.
   template <class T>
-  Context& provide(std::string name, std::shared_ptr<T> object) & {
-    add({std::move(name), typeid(std::remove_const_t<T>), detail::name_of<std::remove_const_t<T>>(),
-         std::is_const_v<T>, std::const_pointer_cast<std::remove_const_t<T>>(std::move(object))});
-    return *this;
-  }
+  Context& provide(std::string name, std::shared_ptr<T> object) &;
   template <class T>
-  [[nodiscard]] Context&& provide(std::string name, std::shared_ptr<T> object) && {
-    provide(std::move(name), std::move(object));
-    return std::move(*this);
-  }
+  [[nodiscard]] Context&& provide(std::string name, std::shared_ptr<T> object) &&;
 
   struct Entry {
     std::string name;
@@ -138,8 +136,8 @@ class TOOL_BINDING_EXPORT Context {
   std::vector<Entry> entries_;
 };
 
-// Declared parameters that a handler leaves alone; made by ignored(). A name in it that the tool
-// does not declare, or that the handler takes, is a HandlerError.
+// Declared parameters that a handler does not take on purpose; made by ignored(). A name in it that
+// the tool does not declare, or that the handler takes, is a HandlerError.
 class Ignored {
  public:
   Ignored() = default;
@@ -150,105 +148,21 @@ class Ignored {
   std::vector<std::string> names_;
 };
 
-// ignored("verbose", "color"): says of declared parameters, or of the action, that the handler does
-// not take them on purpose.
+// What a handler does not take: declared parameters, or the action.
+//
+//   const ToolSpec read(
+//       {.name = "read", .params = {{.name = "path", .required = true}, {.name = "lines"}}});
+//   const auto answer = [](std::string path) { return path; };
+//   bind_handler(read, {}, answer, {"path"}, ignored("lines"))
+//   bind_handler(read, {}, answer, {"path"})   throws HandlerError:
+//       "read, 'lines': is declared, and the handler does not take it; take it, or add "
+//       "ignored(\"lines\")"
 template <std::convertible_to<std::string>... Names>
 [[nodiscard]] Ignored ignored(Names&&... names) {
   return Ignored({std::string(std::forward<Names>(names))...});
 }
 
-namespace detail {
-
-// Conditions are variables where a compiler would otherwise explain a concept at length.
-
-template <class Argument>
-constexpr void check_parameter() {
-  using One = typename Unwrapped<std::remove_cvref_t<Argument>>::Type;
-  check_reader<One>();
-  static_assert(
-      is_reader_incomplete<One> || Taking<Argument>::is_supported,
-      "tool_binding: a handler cannot take a parameter of this type. From a request it takes bool, "
-      "an integer, double, float, std::string, std::string_view, std::filesystem::path, an enum "
-      "class, std::vector and std::optional of these, Value, List, Mapping or a type with a "
-      "ParameterReader, by value or const reference; from the context T&, const T&, T* or "
-      "std::shared_ptr<T>; and Call& and std::stop_token");
-}
-
-template <class F>
-inline constexpr bool has_signature = HasSignature<F>;
-template <class F>
-inline constexpr bool has_result =
-    ResultType<std::remove_cvref_t<typename signature_of<F>::ResultType>>;
-template <class F>
-concept HandlerFunction = HasSignature<F> && signature_of<F>::is_const && has_result<F>;
-
-// Errors that the compiler finds in any handler.
-template <class F>
-constexpr void check_signature() {
-  static_assert(has_signature<F>,
-                "tool_binding: a handler needs exactly one signature. Write out the types of a "
-                "generic lambda's parameters (no auto), and wrap a member function or an "
-                "overloaded one in a lambda");
-  if constexpr (HasSignature<F>) {
-    static_assert(signature_of<F>::is_const,
-                  "tool_binding: a handler is called from several threads and cannot be a mutable "
-                  "lambda: keep what changes in a context entry that locks");
-    static_assert(has_result<F>,
-                  "tool_binding: a handler returns text, a number or bool, Value, Mapping, List, "
-                  "Answer or nothing");
-  }
-}
-
-template <std::size_t Given, std::size_t Needed>
-constexpr void check_names() {
-  static_assert(Given >= Needed,
-                "tool_binding: too few names: give one for each parameter of the handler, in their "
-                "order, but none for Call& and std::stop_token");
-  static_assert(Given <= Needed,
-                "tool_binding: too many names: give one for each parameter of the handler, in "
-                "their order, but none for Call& and std::stop_token; a declared parameter that "
-                "the handler does not take goes into ignored(...)");
-}
-
-// The parameters, with `names` for those that have one.
-[[nodiscard]] TOOL_BINDING_EXPORT std::vector<NamedParameter> named_parameters(
-    std::span<const TakenParameter> parameters, std::span<const std::string_view> names);
-
-template <std::size_t Given, class F, class... Arguments>
-Callable named_callable(F&& function, std::span<const std::string_view> names,
-                        const Ignored& ignored, Parameters<Arguments...>) {
-  (check_parameter<Arguments>(), ...);
-  if constexpr ((Taking<Arguments>::is_supported && ...)) {
-    constexpr std::array<TakenParameter, sizeof...(Arguments)> taken = {
-        Taking<Arguments>::taken...};
-    constexpr std::size_t needed =
-        (std::size_t{is_named(Taking<Arguments>::taken.role)} + ... + std::size_t{0});
-    check_names<Given, needed>();
-    return {std::make_shared<NamedFunction<std::decay_t<F>, Arguments...>>(std::move(function)),
-            named_parameters(taken, names), ignored.names()};
-  } else {
-    return {};
-  }
-}
-
-template <std::size_t Given, class F>
-Callable named_callable(F&& function, std::span<const std::string_view> names,
-                        const Ignored& ignored) {
-  check_signature<F>();
-  if constexpr (HandlerFunction<F>) {
-    return named_callable<Given>(std::move(function), names, ignored,
-                                 typename signature_of<F>::ParameterTypes{});
-  } else {
-    return {};
-  }
-}
-
-[[nodiscard]] TOOL_BINDING_EXPORT Handler make_handler(const ToolSpec& spec, const Context& context,
-                                                       Callable callable);
-
-}  // namespace detail
-
-// The first spelling. `names` are those of the callable's parameters, in their order, Call& and
+// Names beside a callable. `names` are those of its parameters, in their order, Call& and
 // std::stop_token left out: of a declared parameter (not a synonym), "action", or of a context
 // entry, which is taken by its type where the context has no entry of that name.
 //
@@ -271,17 +185,11 @@ Callable named_callable(F&& function, std::span<const std::string_view> names,
 template <class F, std::size_t Count>
 [[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
                                    const std::string_view (&names)[Count],
-                                   const Ignored& ignored = {}) {
-  return detail::make_handler(spec, context,
-                              detail::named_callable<Count>(std::move(function), names, ignored));
-}
+                                   const Ignored& ignored = {});
 // For a callable without named parameters: it takes nothing, or only Call& and std::stop_token.
 template <class F>
 [[nodiscard]] Handler bind_handler(const ToolSpec& spec, const Context& context, F function,
-                                   const Ignored& ignored = {}) {
-  return detail::make_handler(spec, context,
-                              detail::named_callable<0>(std::move(function), {}, ignored));
-}
+                                   const Ignored& ignored = {});
 
 // What is declared of a struct's member beside its C++ type: a ParamSpec without what the type says
 // (its type word, its items' type, the enumeration of an enum class, whether it is required: it is
@@ -311,11 +219,6 @@ struct MemberParam {
   ParamOptions options;
 };
 
-namespace detail {
-// In place of what the compiler has refused to make a parameter of.
-struct NoMember {};
-}  // namespace detail
-
 // The parameter has another name, or the compiler is neither g++ nor clang:
 //
 //   param("max-results", &Search::limit, {.default_ = 20})
@@ -324,19 +227,11 @@ template <class Class, class T>
                                           ParamOptions options = {}) {
   return {std::move(name), member, std::move(options)};
 }
-// The parameter has the member's name: param<&Search::query>({.synonyms = {"q"}}).
+// The parameter has the member's name:
+//
+//   param<&Search::limit>({.default_ = 20}).name == "limit"
 template <auto Member>
-[[nodiscard]] auto param(ParamOptions options = {}) {
-  constexpr bool is_member = std::is_member_object_pointer_v<decltype(Member)>;
-  static_assert(is_member,
-                "tool_binding: param<&Struct::member> takes a pointer to a data member that is not "
-                "static");
-  if constexpr (is_member) {
-    return param(std::string(detail::member_name<Member>()), Member, std::move(options));
-  } else {
-    return detail::NoMember();
-  }
-}
+[[nodiscard]] auto param(ParamOptions options = {});
 
 // A MemberParam of Struct or of a base of it, whatever the member's type. Made implicitly, of what
 // param() returns; for the library to read.
@@ -344,25 +239,7 @@ template <class Struct>
 class Param {
  public:
   template <class Class, class T>
-  Param(MemberParam<Class, T> param)
-      : name_(std::move(param.name)), options_(std::move(param.options)) {
-    constexpr bool is_member = std::is_base_of_v<Class, Struct>;
-    static_assert(is_member || std::same_as<Struct, detail::NoFunction>,
-                  "tool_binding: param<&T::member> is not a member of the struct that the handler "
-                  "takes as its first parameter (as const T& or T)");
-    using One = typename detail::Unwrapped<std::remove_cv_t<T>>::Type;
-    detail::check_reader<One>();
-    constexpr bool is_supported = detail::ParameterType<T> && !std::is_const_v<T>;
-    static_assert(detail::is_reader_incomplete<One> || is_supported,
-                  "tool_binding: a member of this type cannot be a parameter: it can be bool, an "
-                  "integer, double, float, std::string, std::string_view, std::filesystem::path, "
-                  "an enum class, std::vector and std::optional of these, Value, List, Mapping or "
-                  "a type with a ParameterReader, and not const");
-    if constexpr (is_member && is_supported) {
-      type_ = &detail::cpp_type<T>;
-      member_ = detail::member_of<Struct, T>(param.member);
-    }
-  }
+  Param(MemberParam<Class, T> param);
   Param(detail::NoMember) {}
 
   [[nodiscard]] const std::string& name() const noexcept { return name_; }
@@ -410,10 +287,6 @@ struct ToolInfo {
   friend bool operator==(const ToolInfo&, const ToolInfo&) = default;
 };
 
-namespace detail {
-struct ToolRecord;
-}
-
 // A tool and the function that answers it: what a ToolService serves. Immutable; copies share one
 // record. Made by tool(), which keeps every mistake for the HandlerError of whoever binds it.
 //
@@ -441,44 +314,7 @@ class TOOL_BINDING_EXPORT Tool {
   std::shared_ptr<const detail::ToolRecord> record_;
 };
 
-namespace detail {
-
-// A member as it is declared, without the struct's type.
-struct MemberDeclaration {
-  std::string name;
-  ParamOptions options;
-  const CppType* type;
-};
-
-[[nodiscard]] TOOL_BINDING_EXPORT Tool make_tool(ToolSpec spec, Callable callable);
-// Adds the members to the definition's parameters and to the callable's, before the others.
-// `takes_struct`: the callable takes a struct, so that a tool without members is a mistake.
-[[nodiscard]] TOOL_BINDING_EXPORT Tool make_tool(ToolDefinition definition,
-                                                 std::vector<MemberDeclaration> members,
-                                                 bool takes_struct, Callable callable);
-
-template <class F, class Struct, class... Arguments>
-Callable struct_callable(F&& function, std::vector<Member<Struct>> members, const Ignored& ignored,
-                         Parameters<Arguments...>) {
-  (check_parameter<Arguments>(), ...);
-  if constexpr ((Taking<Arguments>::is_supported && ...)) {
-    static_assert(((Taking<Arguments>::taken.role != Role::parameter) && ...),
-                  "tool_binding: a tool of this spelling takes a request's parameters as members "
-                  "of the struct that comes first. After it a handler takes context entries (T&, "
-                  "const T&, T*, std::shared_ptr<T>), Call& and std::stop_token");
-    constexpr std::array<TakenParameter, sizeof...(Arguments)> taken = {
-        Taking<Arguments>::taken...};
-    return {std::make_shared<StructFunction<std::decay_t<F>, Struct, Arguments...>>(
-                std::move(function), std::move(members)),
-            named_parameters(taken, {}), ignored.names()};
-  } else {
-    return {};
-  }
-}
-
-}  // namespace detail
-
-// The second spelling: the handler's first parameter is a struct, taken as const T& or T, of which
+// A struct of parameters. It is the handler's first parameter, taken as const T& or T, of which
 // `params` are the members that a request gives; the others keep what T{} gives them. Context
 // entries come after it and are taken by their type. A tool without parameters needs no struct.
 //
@@ -499,52 +335,21 @@ Callable struct_callable(F&& function, std::vector<Member<Struct>> members, cons
 template <class F>
 [[nodiscard]] Tool tool(ToolDefinition definition,
                         std::initializer_list<Param<detail::request_of<F>>> params, F function,
-                        const Ignored& ignored = {}) {
-  using Struct = detail::request_of<F>;
-  detail::check_signature<F>();
-  std::vector<detail::MemberDeclaration> declarations;
-  std::vector<detail::Member<Struct>> members;
-  for (const Param<Struct>& param : params) {
-    declarations.push_back({param.name(), param.options(), param.type()});
-    members.push_back(param.member());
-  }
-  constexpr bool can_be_made = std::default_initializable<Struct>;
-  static_assert(can_be_made,
-                "tool_binding: the struct that a handler takes first must be "
-                "default-constructible. A context entry that comes first is taken as T&, T* or "
-                "std::shared_ptr<T>");
-  if constexpr (detail::HandlerFunction<F> && can_be_made) {
-    using Rest = typename detail::Split<typename detail::signature_of<F>::ParameterTypes>::Rest;
-    return detail::make_tool(
-        std::move(definition), std::move(declarations), !std::same_as<Struct, detail::NoRequest>,
-        detail::struct_callable<F>(std::move(function), std::move(members), ignored, Rest{}));
-  } else {
-    return detail::make_tool(std::move(definition), std::move(declarations), false, {});
-  }
-}
+                        const Ignored& ignored = {});
 template <class F>
 [[nodiscard]] Tool tool(std::string name, std::string description,
                         std::initializer_list<Param<detail::request_of<F>>> params, F function,
-                        const Ignored& ignored = {}) {
-  return tool(ToolDefinition{.name = std::move(name), .description = std::move(description)},
-              params, std::move(function), ignored);
-}
+                        const Ignored& ignored = {});
 
-// The first spelling, for a service: see bind_handler.
+// Names beside a callable, as bind_handler has it, for a service.
 template <class F, std::size_t Count>
 [[nodiscard]] Tool tool(ToolSpec spec, F function, const std::string_view (&names)[Count],
-                        const Ignored& ignored = {}) {
-  return detail::make_tool(std::move(spec),
-                           detail::named_callable<Count>(std::move(function), names, ignored));
-}
+                        const Ignored& ignored = {});
 
 // For a callable without named parameters.
 template <class F>
 requires(!std::same_as<F, Handler>) [[nodiscard]] Tool
-    tool(ToolSpec spec, F function, const Ignored& ignored = {}) {
-  return detail::make_tool(std::move(spec),
-                           detail::named_callable<0>(std::move(function), {}, ignored));
-}
+    tool(ToolSpec spec, F function, const Ignored& ignored = {});
 
 // A handler that is written by hand: it is called with what bind_arguments gives, every declared
 // parameter, whatever its signature names. A name in its signature that the tool does not declare
@@ -555,6 +360,16 @@ requires(!std::same_as<F, Handler>) [[nodiscard]] Tool
 // Tool::with() has added is for ToolService alone.
 [[nodiscard]] TOOL_BINDING_EXPORT Handler bind_handler(const Tool& tool, const Context& context);
 
+// The custom type of a parameter of type T, for a registry that is written by hand:
+//
+//   ParamSpec{.name = "since", .custom = custom_type<Date>()}
+//   ParamSpec{.name = "days", .custom = custom_type<std::vector<Date>>()}
+template <class T>
+requires detail::HasReader<typename detail::Unwrapped<T>::Type>
+[[nodiscard]] const std::shared_ptr<const CustomType>& custom_type();
+
 }  // namespace tool_binding
+
+#include "tool_binding/detail/handlers.hpp"
 
 #endif  // TOOL_BINDING_HANDLERS_HPP_

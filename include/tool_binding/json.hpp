@@ -3,7 +3,7 @@
 
 // JSON text (RFC 8259) to values and back.
 //
-//   parse_json(R"({"limit": 12345678901234567890123})")
+//   parse_json(R"({"limit": 5, "paths": [1e2]})") == Mapping{{"limit", 5}, {"paths", List{100.0}}}
 //   json_text(Mapping{{"limit", 5}}) == R"({"limit": 5})"
 //
 // Integers of any size, the order of members and nesting of any depth survive in both directions.

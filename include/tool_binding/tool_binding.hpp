@@ -14,6 +14,19 @@
 // rest in one message that names every problem. Binding gives every declared parameter its value,
 // and the handler the part of the context that it takes.
 //
+// The examples of this header are about these two tools:
+//
+//   set_tools({
+//       ToolSpec({.name = "search",
+//                 .params = {{.name = "query", .synonyms = {"q"}, .required = true},
+//                            {.name = "limit", .type = "integer", .maximum = 100,
+//                             .default_ = 20}}}),
+//       ToolSpec({.name = "branches",
+//                 .actions = {{"list", {"ls"}}, {"create"}},
+//                 .params = {{.name = "name", .required_for = {"create"}},
+//                            {.name = "base", .action_defaults = {{"create", "HEAD"}}}},
+//                 .default_action = "list"})});
+//
 // Threads: no state is kept between calls, and the registry is only read; calls may run at the same
 // time on any threads. Nothing is read or written outside the process.
 //

@@ -24,27 +24,22 @@
 // Failure: whatever allocates may throw std::bad_alloc; a call that throws changes nothing, unless
 // it says otherwise.
 
-#include <array>
-#include <bit>
-#include <cassert>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <initializer_list>
 #include <iosfwd>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "tool_binding/detail/value_storage.hpp"
 #include "tool_binding/export.hpp"
 
 namespace tool_binding {
@@ -165,41 +160,25 @@ class Integer {
 //
 // Cost: 16 bytes. None, booleans, 64-bit integers, floats and text of up to 15 bytes need no
 // allocation; copying anything else copies all that it holds.
-class TOOL_BINDING_EXPORT Value {
+class TOOL_BINDING_EXPORT Value : private detail::ValueStorage {
  public:
   // None.
   constexpr Value() noexcept = default;
   template <std::same_as<bool> T>
-  Value(T boolean) noexcept {
-    set_payload(Tag::boolean, std::uint64_t{boolean});
-  }
+  Value(T boolean) noexcept;
   // Any integer type except the character types. An unsigned integer beyond std::int64_t allocates,
   // and is_int64() is false of it.
-  template <std::integral T>
-  requires(!std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
-           !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>)
-      Value(T integer) {
-    if (std::in_range<std::int64_t>(integer)) {
-      set_payload(Tag::small_integer, static_cast<std::int64_t>(integer));
-    } else {
-      *this = integer_of(std::to_string(integer));
-    }
-  }
+  template <detail::IntegerType T>
+  Value(T integer);
   // Copies the digits, so that the value may outlive the one that `integer` is a view of.
   Value(const Integer& integer);
   // float or double, infinities and NaN included. A long double does not compile.
   template <std::floating_point T>
   requires(sizeof(T) <= sizeof(double)) Value(T number)
-  noexcept { set_payload(Tag::float_, double{number}); }
+  noexcept;
   // Copies the text: any bytes, zeros included; they need not be UTF-8. Of a const char*, which
   // must not be null, what is before its first zero byte. Another pointer does not compile.
-  Value(std::string_view text) {
-    if (text.size() <= inline_capacity) {
-      bytes_ = joined(inline_words(text));
-    } else {
-      set_heap_text(Tag::heap_text, text);
-    }
-  }
+  Value(std::string_view text);
   Value(const std::string& text) : Value(std::string_view(text)) {}
   Value(const char* text) : Value(std::string_view(text)) {}
   Value(std::nullptr_t) = delete;
@@ -214,25 +193,13 @@ class TOOL_BINDING_EXPORT Value {
   template <std::derived_from<Object> T>
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<Object>(std::move(object))) {}
 
-  Value(const Value& other) : bytes_(other.bytes_) {
-    if (other.owns_heap()) copy_heap(other);
-  }
+  Value(const Value& other);
   // Cost: constant, and `other` is none afterwards.
-  Value(Value&& other) noexcept : bytes_(other.bytes_) { other.bytes_ = {}; }
-  Value& operator=(const Value& other) {
-    if (this != &other) *this = Value(other);
-    return *this;
-  }
+  Value(Value&& other) noexcept;
+  Value& operator=(const Value& other);
   // A value may be replaced by one inside it.
-  Value& operator=(Value&& other) noexcept {
-    const std::array<char, 16> incoming = std::exchange(other.bytes_, {});
-    if (owns_heap()) release_heap();
-    bytes_ = incoming;
-    return *this;
-  }
-  ~Value() {
-    if (owns_heap()) release_heap();
-  }
+  Value& operator=(Value&& other) noexcept;
+  ~Value();
 
   // The integer that `decimal` writes: an optional "-" and decimal digits, leading zeros allowed.
   // Throws std::invalid_argument for any other text, also for "+1", "1_0" and " 1". Cost: linear in
@@ -243,87 +210,47 @@ class TOOL_BINDING_EXPORT Value {
   //   display_form(Value::integer_of("18446744073709551616")) == "18446744073709551616"
   [[nodiscard]] static Value integer_of(std::string_view decimal);
 
-  [[nodiscard]] Kind kind() const noexcept {
-    return tag() >= Tag::inline_text ? Kind::text : kinds_[static_cast<std::size_t>(tag())];
-  }
+  [[nodiscard]] Kind kind() const noexcept;
 
-  [[nodiscard]] bool is_none() const noexcept { return tag() == Tag::none; }
+  [[nodiscard]] bool is_none() const noexcept;
 
-  [[nodiscard]] bool is_boolean() const noexcept { return tag() == Tag::boolean; }
-  [[nodiscard]] std::optional<bool> if_boolean() const noexcept {
-    return is_boolean() ? std::optional(get_boolean()) : std::nullopt;
-  }
-  [[nodiscard]] bool as_boolean() const {
-    return require(is_boolean(), Kind::boolean).get_boolean();
-  }
-  [[nodiscard]] bool get_boolean() const noexcept {
-    assert(is_boolean());
-    return payload<std::uint64_t>() != 0;
-  }
+  [[nodiscard]] bool is_boolean() const noexcept;
+  [[nodiscard]] std::optional<bool> if_boolean() const noexcept;
+  [[nodiscard]] bool as_boolean() const;
+  [[nodiscard]] bool get_boolean() const noexcept;
 
-  [[nodiscard]] bool is_integer() const noexcept {
-    return tag() == Tag::small_integer || tag() == Tag::big_integer;
-  }
-  [[nodiscard]] std::optional<Integer> if_integer() const noexcept {
-    return is_integer() ? std::optional(get_integer()) : std::nullopt;
-  }
-  [[nodiscard]] Integer as_integer() const {
-    return require(is_integer(), Kind::integer).get_integer();
-  }
-  [[nodiscard]] Integer get_integer() const noexcept {
-    assert(is_integer());
-    return tag() == Tag::small_integer ? Integer(payload<std::int64_t>()) : Integer(heap_text());
-  }
+  [[nodiscard]] bool is_integer() const noexcept;
+  [[nodiscard]] std::optional<Integer> if_integer() const noexcept;
+  [[nodiscard]] Integer as_integer() const;
+  [[nodiscard]] Integer get_integer() const noexcept;
 
   // An integer of 64 bits, signed. Of a larger one is_int64() is false, if_int64() is nothing and
   // as_int64() throws std::overflow_error, "the integer needs more than 64 bits", where a value of
   // another kind throws TypeError.
-  [[nodiscard]] bool is_int64() const noexcept { return tag() == Tag::small_integer; }
-  [[nodiscard]] std::optional<std::int64_t> if_int64() const noexcept {
-    return is_int64() ? std::optional(get_int64()) : std::nullopt;
-  }
+  [[nodiscard]] bool is_int64() const noexcept;
+  [[nodiscard]] std::optional<std::int64_t> if_int64() const noexcept;
   [[nodiscard]] std::int64_t as_int64() const;
-  [[nodiscard]] std::int64_t get_int64() const noexcept {
-    assert(is_int64());
-    return payload<std::int64_t>();
-  }
+  [[nodiscard]] std::int64_t get_int64() const noexcept;
 
-  [[nodiscard]] bool is_float() const noexcept { return tag() == Tag::float_; }
-  [[nodiscard]] std::optional<double> if_float() const noexcept {
-    return is_float() ? std::optional(get_float()) : std::nullopt;
-  }
-  [[nodiscard]] double as_float() const { return require(is_float(), Kind::float_).get_float(); }
-  [[nodiscard]] double get_float() const noexcept {
-    assert(is_float());
-    return payload<double>();
-  }
+  [[nodiscard]] bool is_float() const noexcept;
+  [[nodiscard]] std::optional<double> if_float() const noexcept;
+  [[nodiscard]] double as_float() const;
+  [[nodiscard]] double get_float() const noexcept;
 
-  [[nodiscard]] bool is_text() const noexcept {
-    return tag() >= Tag::inline_text || tag() == Tag::heap_text;
-  }
-  [[nodiscard]] std::optional<std::string_view> if_text() const& noexcept {
-    return is_text() ? std::optional(get_text()) : std::nullopt;
-  }
+  [[nodiscard]] bool is_text() const noexcept;
+  [[nodiscard]] std::optional<std::string_view> if_text() const& noexcept;
   void if_text() && = delete;  // it would point into a value that no longer exists
-  [[nodiscard]] std::string_view as_text() const& {
-    return require(is_text(), Kind::text).get_text();
-  }
+  [[nodiscard]] std::string_view as_text() const&;
   // Of a temporary, a copy: `const auto name = parse_json(text).as_text();` is safe.
-  [[nodiscard]] std::string as_text() && { return std::string(std::as_const(*this).as_text()); }
-  [[nodiscard]] std::string_view get_text() const noexcept {
-    assert(is_text());
-    return tag() >= Tag::inline_text ? std::string_view(bytes_.data(), inline_size()) : heap_text();
-  }
+  [[nodiscard]] std::string as_text() &&;
+  [[nodiscard]] std::string_view get_text() const noexcept;
 
-  [[nodiscard]] bool is_list() const noexcept { return tag() == Tag::list; }
-  [[nodiscard]] const List* if_list() const& noexcept { return is_list() ? &get_list() : nullptr; }
-  [[nodiscard]] List* if_list() & noexcept { return is_list() ? &get_list() : nullptr; }
+  [[nodiscard]] bool is_list() const noexcept;
+  [[nodiscard]] const List* if_list() const& noexcept;
+  [[nodiscard]] List* if_list() & noexcept;
   void if_list() && = delete;  // it would point into a value that no longer exists
-  [[nodiscard]] const List& as_list() const& { return require(is_list(), Kind::list).get_list(); }
-  [[nodiscard]] List& as_list() & {
-    require(is_list(), Kind::list);
-    return get_list();
-  }
+  [[nodiscard]] const List& as_list() const&;
+  [[nodiscard]] List& as_list() &;
   // Of a temporary, the items themselves: `for (Value& v : parse_json(text).as_list())` is safe.
   // A value that was moved from so is left an empty list.
   [[nodiscard]] List as_list() &&;
@@ -331,19 +258,12 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] List& get_list() & noexcept;
   [[nodiscard]] List get_list() && noexcept;
 
-  [[nodiscard]] bool is_mapping() const noexcept { return tag() == Tag::mapping; }
-  [[nodiscard]] const Mapping* if_mapping() const& noexcept {
-    return is_mapping() ? &get_mapping() : nullptr;
-  }
-  [[nodiscard]] Mapping* if_mapping() & noexcept { return is_mapping() ? &get_mapping() : nullptr; }
+  [[nodiscard]] bool is_mapping() const noexcept;
+  [[nodiscard]] const Mapping* if_mapping() const& noexcept;
+  [[nodiscard]] Mapping* if_mapping() & noexcept;
   void if_mapping() && = delete;  // it would point into a value that no longer exists
-  [[nodiscard]] const Mapping& as_mapping() const& {
-    return require(is_mapping(), Kind::mapping).get_mapping();
-  }
-  [[nodiscard]] Mapping& as_mapping() & {
-    require(is_mapping(), Kind::mapping);
-    return get_mapping();
-  }
+  [[nodiscard]] const Mapping& as_mapping() const&;
+  [[nodiscard]] Mapping& as_mapping() &;
   // Of a temporary, the entries themselves. A value that was moved from so is left an empty
   // mapping.
   [[nodiscard]] Mapping as_mapping() &&;
@@ -351,15 +271,11 @@ class TOOL_BINDING_EXPORT Value {
   [[nodiscard]] Mapping& get_mapping() & noexcept;
   [[nodiscard]] Mapping get_mapping() && noexcept;
 
-  [[nodiscard]] bool is_object() const noexcept { return tag() == Tag::object; }
+  [[nodiscard]] bool is_object() const noexcept;
   // Null for another kind, never for an object.
-  [[nodiscard]] std::shared_ptr<Object> if_object() const noexcept {
-    return is_object() ? get_object() : nullptr;
-  }
-  [[nodiscard]] const std::shared_ptr<Object>& as_object() const& {
-    return require(is_object(), Kind::object).get_object();
-  }
-  [[nodiscard]] std::shared_ptr<Object> as_object() && { return std::as_const(*this).as_object(); }
+  [[nodiscard]] std::shared_ptr<Object> if_object() const noexcept;
+  [[nodiscard]] const std::shared_ptr<Object>& as_object() const&;
+  [[nodiscard]] std::shared_ptr<Object> as_object() &&;
   [[nodiscard]] const std::shared_ptr<Object>& get_object() const noexcept;
   // The object as its class or a base of that. Null for another kind and for an object of another
   // class. Cost: a dynamic_cast.
@@ -368,9 +284,7 @@ class TOOL_BINDING_EXPORT Value {
   //   repository.object_as<Repository>()->root == "/srv/code"
   //   repository.object_as<Engine>() == nullptr
   template <std::derived_from<Object> T>
-  [[nodiscard]] std::shared_ptr<T> object_as() const noexcept {
-    return is_object() ? std::dynamic_pointer_cast<T>(get_object()) : nullptr;
-  }
+  [[nodiscard]] std::shared_ptr<T> object_as() const noexcept;
 
   friend bool operator==(const Value& left, const Value& right) {
     return left.is_plain() || right.is_plain() ? same_bytes(left, right) : equal(left, right);
@@ -380,76 +294,11 @@ class TOOL_BINDING_EXPORT Value {
   friend class Mapping;
   friend struct MappingAccess;
 
-  // The tag is the last byte; from inline_text on it counts the bytes of the text as well,
-  // whose unused bytes are zero. A text that fits is always inline, so equal texts look alike.
-  enum class Tag : unsigned char {
-    none,
-    boolean,
-    small_integer,
-    float_,
-    big_integer,
-    heap_text,
-    list,
-    mapping,
-    object,
-    inline_text = 16,
-  };
-  using Words = std::array<std::uint64_t, 2>;
-  static constexpr std::size_t inline_capacity = 15;
-  static constexpr std::size_t payload_size = sizeof(std::uint64_t);
-  // From the low byte of the second word to the last byte.
-  static constexpr int tag_shift = std::endian::native == std::endian::little ? 56 : 0;
-  static constexpr std::array<Kind, 9> kinds_ = {Kind::none,   Kind::boolean, Kind::integer,
-                                                 Kind::float_, Kind::integer, Kind::text,
-                                                 Kind::list,   Kind::mapping, Kind::object};
   struct Container;
   struct ListNode;
   struct MappingNode;
 
-  [[nodiscard]] Tag tag() const noexcept { return static_cast<Tag>(bytes_[inline_capacity]); }
-  [[nodiscard]] bool owns_heap() const noexcept {
-    return tag() >= Tag::big_integer && tag() <= Tag::object;
-  }
-  // Equal to another value exactly when all bytes are equal.
-  [[nodiscard]] bool is_plain() const noexcept {
-    return tag() >= Tag::inline_text || tag() <= Tag::small_integer;
-  }
-  [[nodiscard]] Words words() const noexcept { return std::bit_cast<Words>(bytes_); }
-  [[nodiscard]] static bool same(const Words& left, const Words& right) noexcept {
-    return ((left[0] ^ right[0]) | (left[1] ^ right[1])) == 0;
-  }
-  [[nodiscard]] static bool same_bytes(const Value& left, const Value& right) noexcept {
-    return same(left.words(), right.words());
-  }
-  [[nodiscard]] std::size_t inline_size() const noexcept {
-    return static_cast<std::size_t>(tag()) - static_cast<std::size_t>(Tag::inline_text);
-  }
-  template <class T>
-  [[nodiscard]] T payload() const noexcept {
-    T content;
-    std::memcpy(&content, bytes_.data(), payload_size);
-    return content;
-  }
-  template <class T>
-  void set_payload(Tag tag, T content) noexcept {
-    static_assert(sizeof(T) == payload_size);
-    bytes_ = joined(
-        {std::bit_cast<std::uint64_t>(content), static_cast<std::uint64_t>(tag) << tag_shift});
-  }
-  // Two words as the bytes of a value, to be stored at once: values are copied as a whole, and the
-  // processor waits where it reads at once what was just written in parts.
-  static std::array<char, 16> joined(const Words& words) noexcept {
-    using Vector [[gnu::vector_size(16)]] = std::uint64_t;
-    return std::bit_cast<std::array<char, 16>>(Vector{words[0], words[1]});
-  }
-  // Text of up to 15 bytes, zeros and its tag. It is put together in registers from loads of fixed
-  // size that may overlap, which is several times faster than a copy of variable size.
-  static Words inline_words(std::string_view text) noexcept;
-
-  const Value& require(bool is_kind, Kind kind) const {
-    if (!is_kind) throw_wrong_kind(kind);
-    return *this;
-  }
+  const Value& require(bool is_kind, Kind kind) const;
   [[noreturn]] void throw_wrong_kind(Kind wanted) const;
   void set_heap_text(Tag tag, std::string_view text);
   [[nodiscard]] std::string_view heap_text() const noexcept;
@@ -460,36 +309,7 @@ class TOOL_BINDING_EXPORT Value {
   static void release_containers(Container* first) noexcept;
   static bool equal(const Value& left, const Value& right);
   static bool equal_leaves(const Value& left, const Value& right) noexcept;
-
-  alignas(std::uint64_t) std::array<char, 16> bytes_ = {};
 };
-
-inline Value::Words Value::inline_words(std::string_view text) noexcept {
-  const std::size_t size = text.size();
-  const std::uint64_t tag = static_cast<std::uint64_t>(Tag::inline_text) + size;
-  if constexpr (std::endian::native != std::endian::little) {
-    std::array<char, 16> bytes = {};
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = text[i];
-    bytes[inline_capacity] = static_cast<char>(tag);
-    return std::bit_cast<Words>(bytes);
-  }
-  const auto load = [&text]<class Word>(std::size_t position, Word word) -> std::uint64_t {
-    std::memcpy(&word, text.data() + position, sizeof word);
-    return word;
-  };
-  std::uint64_t first = 0;
-  std::uint64_t second = tag << tag_shift;
-  if (size > 8) {
-    first = load(0, std::uint64_t{});
-    second |= load(size - 8, std::uint64_t{}) >> (8 * (16 - size));
-  } else if (size >= 4) {
-    first = load(0, std::uint32_t{}) | load(size - 4, std::uint32_t{}) << (8 * (size - 4));
-  } else if (size > 0) {
-    first = load(0, std::uint8_t{}) | load(size / 2, std::uint8_t{}) << (8 * (size / 2)) |
-            load(size - 1, std::uint8_t{}) << (8 * (size - 1));
-  }
-  return {first, second};
-}
 
 // The items of a list value, in contiguous memory: a std::vector with a different rule for braces.
 //
@@ -527,10 +347,7 @@ class List : public std::vector<Value> {
   List() noexcept = default;
   explicit List(size_type count) : vector(count) {}
   List(std::vector<Value> items) noexcept : vector(std::move(items)) {}
-  List(std::initializer_list<Item> items) {
-    reserve(items.size());
-    for (const Item& item : items) push_back(std::move(item.value_));
-  }
+  List(std::initializer_list<Item> items);
   template <std::input_iterator Iterator>
   List(Iterator first, Iterator last) : vector(first, last) {}
 };
@@ -586,21 +403,9 @@ class TOOL_BINDING_EXPORT Mapping {
 
     // For structured bindings: the name, then the value. Throws TypeError when the key is not text.
     template <std::size_t index>
-    [[nodiscard]] decltype(auto) get() const {
-      if constexpr (index == 0) {
-        return key_.as_text();
-      } else {
-        return (value);
-      }
-    }
+    [[nodiscard]] decltype(auto) get() const;
     template <std::size_t index>
-    [[nodiscard]] decltype(auto) get() {
-      if constexpr (index == 0) {
-        return key_.as_text();
-      } else {
-        return (value);
-      }
-    }
+    [[nodiscard]] decltype(auto) get();
 
     friend bool operator==(const Entry& left, const Entry& right) {
       return left.key_ == right.key_ && left.value == right.value;
@@ -623,12 +428,7 @@ class TOOL_BINDING_EXPORT Mapping {
   Mapping(Mapping&& other) noexcept = default;
   // A mapping may be replaced by one inside it.
   Mapping& operator=(const Mapping& other) { return *this = Mapping(other); }
-  Mapping& operator=(Mapping&& other) noexcept {
-    Mapping taken(std::move(other));
-    entries_.swap(taken.entries_);
-    index_.swap(taken.index_);
-    return *this;
-  }
+  Mapping& operator=(Mapping&& other) noexcept;
   ~Mapping() = default;
   // A repeated name keeps its first position and takes the later value. The values are copied, as
   // they are from any std::initializer_list: move what is large in with set().
@@ -648,15 +448,11 @@ class TOOL_BINDING_EXPORT Mapping {
 
   // The value under a text key, exact bytes, or null. Cost: constant.
   [[nodiscard]] const Value* find(std::string_view name) const& noexcept;
-  [[nodiscard]] Value* find(std::string_view name) & noexcept {
-    return const_cast<Value*>(std::as_const(*this).find(name));
-  }
+  [[nodiscard]] Value* find(std::string_view name) & noexcept;
   void find(std::string_view name) && = delete;  // it would point into what no longer exists
   // The value under a key of any kind, or null. Cost: constant for text, else linear.
   [[nodiscard]] const Value* find_key(const Value& key) const& noexcept;
-  [[nodiscard]] Value* find_key(const Value& key) & noexcept {
-    return const_cast<Value*>(std::as_const(*this).find_key(key));
-  }
+  [[nodiscard]] Value* find_key(const Value& key) & noexcept;
   void find_key(const Value& key) && = delete;
   [[nodiscard]] bool contains(std::string_view name) const noexcept {
     return std::as_const(*this).find(name) != nullptr;
@@ -664,9 +460,7 @@ class TOOL_BINDING_EXPORT Mapping {
   // Throws std::out_of_range when the name is absent: "the mapping has no 'b'", with what is not
   // printable in the name escaped. Of a temporary, the value itself, moved out.
   [[nodiscard]] const Value& at(std::string_view name) const&;
-  [[nodiscard]] Value& at(std::string_view name) & {
-    return const_cast<Value&>(std::as_const(*this).at(name));
-  }
+  [[nodiscard]] Value& at(std::string_view name) &;
   [[nodiscard]] Value at(std::string_view name) && { return std::move(at(name)); }
 
   // Adds an entry at the end, or replaces the value of the one with that key. Returns the value in
@@ -741,26 +535,8 @@ TOOL_BINDING_EXPORT std::ostream& operator<<(std::ostream& out, const List& list
 // printability are taken from, for instance "15.0.0".
 [[nodiscard]] TOOL_BINDING_EXPORT std::string_view unicode_version() noexcept;
 
-// What the layout of Value assumes of a platform.
-static_assert(sizeof(void*) == sizeof(std::uint64_t), "a pointer has 64 bits");
-static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big,
-              "bytes are in one of the two usual orders");
-static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t),
-              "a float has the 64 bits of IEEE 754");
-static_assert(sizeof(Value) == 16 && sizeof(Mapping::Entry) == 32);
-
 }  // namespace tool_binding
 
-// Structured bindings of Mapping::Entry.
-template <>
-struct std::tuple_size<tool_binding::Mapping::Entry> : std::integral_constant<std::size_t, 2> {};
-template <>
-struct std::tuple_element<0, tool_binding::Mapping::Entry> {
-  using type = const std::string_view;  // assigning it would not rename the entry
-};
-template <>
-struct std::tuple_element<1, tool_binding::Mapping::Entry> {
-  using type = tool_binding::Value;
-};
+#include "tool_binding/detail/value.hpp"
 
 #endif  // TOOL_BINDING_VALUE_HPP_

@@ -13,8 +13,6 @@
 // Threads: a builder is used by one thread at a time; a value may be walked by several at once.
 
 #include <cstddef>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "tool_binding/export.hpp"
@@ -41,71 +39,6 @@ concept ValueEvents = requires(Events& events, const List& list, const Mapping& 
   events.leaf(value);
 };
 
-// How visit_events does it: the containers that are open, outermost first, each with the position
-// of its next item. enter() calls `events` for a leaf at once and opens a container; finish() walks
-// all that is open to its end.
-template <ValueEvents Events>
-class EventWalk {
- public:
-  explicit EventWalk(Events& events) noexcept : events_(events) {}
-
-  void enter(const Value& value) {
-    if (const List* list = value.if_list()) {
-      enter(*list);
-    } else if (const Mapping* mapping = value.if_mapping()) {
-      enter(*mapping);
-    } else {
-      static_cast<void>(events_.leaf(value));
-    }
-  }
-  void enter(const List& list) {
-    static_cast<void>(events_.begin_list(list));
-    open({&list, nullptr});
-  }
-  void enter(const Mapping& mapping) {
-    static_cast<void>(events_.begin_mapping(mapping));
-    open({nullptr, &mapping});
-  }
-  void finish() {
-    while (!open_.empty()) open_.back().list != nullptr ? step_in_list() : step_in_mapping();
-  }
-
- private:
-  struct Open {
-    const List* list;
-    const Mapping* mapping;
-    std::size_t next = 0;
-  };
-
-  // Few values are nested deeper than this, and most that are not leaves need one allocation.
-  static constexpr std::size_t usual_depth = 8;
-
-  void open(Open container) {
-    if (open_.empty()) open_.reserve(usual_depth);
-    open_.push_back(container);
-  }
-
-  void step_in_list() {
-    Open& open = open_.back();
-    if (open.next < open.list->size()) return enter((*open.list)[open.next++]);
-    open_.pop_back();
-    static_cast<void>(events_.end_list());
-  }
-  void step_in_mapping() {
-    Open& open = open_.back();
-    if (open.next < open.mapping->size()) {
-      const auto& entry = *(open.mapping->begin() + static_cast<std::ptrdiff_t>(open.next++));
-      static_cast<void>(events_.key(entry.key()));
-      return enter(entry.value);
-    }
-    open_.pop_back();
-    static_cast<void>(events_.end_mapping());
-  }
-
-  Events& events_;
-  std::vector<Open> open_;
-};
-
 // Calls `events` for `root` (a Value, a List or a Mapping) and all that it holds, in order. An
 // exception from a call ends the walk and passes through. Nothing may change `root` meanwhile.
 //
@@ -122,11 +55,7 @@ class EventWalk {
 //   visit_events(List{"a", 1, Mapping{{"k", "b"}}}, count);
 //   count.texts == 2
 template <class Root, ValueEvents Events>
-void visit_events(const Root& root, Events& events) {
-  EventWalk<Events> walk(events);
-  walk.enter(root);
-  walk.finish();
-}
+void visit_events(const Root& root, Events& events);
 
 // Builds one value from events in their order. A repeated key takes the later value and keeps its
 // first position. Cost: linear in the events; what is built is never copied.
@@ -186,5 +115,7 @@ class TOOL_BINDING_EXPORT ValueBuilder {
 };
 
 }  // namespace tool_binding
+
+#include "tool_binding/detail/value_events.hpp"
 
 #endif  // TOOL_BINDING_VALUE_EVENTS_HPP_

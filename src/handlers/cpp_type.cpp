@@ -1,4 +1,4 @@
-#include "tool_binding/handlers/cpp_type.hpp"
+#include "tool_binding/detail/cpp_type.hpp"
 
 #include <algorithm>
 #include <charconv>

@@ -12,10 +12,13 @@ namespace tool_binding {
 
 // Reads a boolean: true, yes, on, 1, y, t and false, no, off, 0, n, f, in any letter case, white
 // space around it allowed. Throws std::invalid_argument for any other text.
+//
+//   parse_bool(" Yes ") == true
+//   parse_bool("maybe")   throws: "'maybe' is neither true nor false"
 [[nodiscard]] TOOL_BINDING_EXPORT bool parse_bool(std::string_view text);
 
 // Reads a list as clients write it, and refuses what it would garble. The text is stripped; then
-// the first of these that fits counts.
+// the first of these that fits counts. (The examples show the items with | between them.)
 //
 // 1. The literal of a list: its items, of any kind and nested at most 128 deep. A literal is JSON
 //    widened by what other languages print: strings in single quotes; in strings the escapes

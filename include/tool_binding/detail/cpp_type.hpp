@@ -1,8 +1,8 @@
-#ifndef TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_
-#define TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_
+#ifndef TOOL_BINDING_DETAIL_CPP_TYPE_HPP_
+#define TOOL_BINDING_DETAIL_CPP_TYPE_HPP_
 
 // The C++ types that a parameter of a request can have: what registration is to know of each, and
-// how a bound value becomes one. Private to handlers.hpp, but for what its comment names.
+// how a bound value becomes one. Private: include handlers.hpp.
 
 #include <array>
 #include <concepts>
@@ -18,48 +18,14 @@
 #include <utility>
 #include <vector>
 
+#include "tool_binding/detail/names.hpp"
+#include "tool_binding/detail/value_storage.hpp"
 #include "tool_binding/export.hpp"
-#include "tool_binding/handlers/names.hpp"
+#include "tool_binding/handlers/parameter_types.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
 
-namespace tool_binding {
-
-// Makes a type of yours a type of parameters, in both spellings. Specialise it with three static
-// members:
-//
-//   template <>
-//   struct tool_binding::ParameterReader<Date> {
-//     // "Parameter 'since' of log must be a date, such as 2024-05-31, not 'soon'"
-//     static constexpr std::string_view words = "a date, such as 2024-05-31";
-//     // The date that a value denotes, or nothing: the value is then refused.
-//     static std::optional<Date> read(const Value& value);
-//     // What is published for such a parameter.
-//     static Mapping schema() { return {{"type", "string"}, {"format", "date"}}; }
-//   };
-//
-// `read` is called when the request is admitted, and again when the handler is called: it should
-// depend on the value alone. Any number of threads may call it. What CustomType::read may throw to
-// refuse a value it may throw too, so that it can use as_text(), at() and std::stoi as they are.
-template <class T>
-struct ParameterReader;
-
-// The name of one enumerator, as requests give it.
-template <class E>
-using EnumName = std::pair<E, std::string_view>;
-
-// The names by which requests give the enumerators of E. Without a specialisation they are those of
-// the program text, for an `enum class` whose values are all from 0 to 63: an enumerator outside is
-// not found. Specialise it for other values and other words:
-//
-//   template <>
-//   inline constexpr auto tool_binding::enum_names<Mode> =
-//       std::to_array<EnumName<Mode>>({{Mode::literal, "literal"},
-//                                      {Mode::ignore_case, "ignore-case"}});
-template <class E>
-inline constexpr std::nullptr_t enum_names = nullptr;
-
-namespace detail {
+namespace tool_binding::detail {
 
 // What a value becomes; of a vector, what each item becomes.
 enum class CppKind : std::uint8_t {
@@ -105,13 +71,6 @@ concept CompleteReader = requires(const Value& value) {
 };
 template <class T>
 inline constexpr bool is_reader_incomplete = HasReader<T> && !CompleteReader<T>;
-
-template <class T>
-concept CharacterType = std::same_as<T, char> || std::same_as<T, wchar_t> ||
-    std::same_as<T, char8_t> || std::same_as<T, char16_t> || std::same_as<T, char32_t>;
-
-template <class T>
-concept IntegerType = std::integral<T> && !std::same_as<T, bool> && !CharacterType<T>;
 
 // std::filesystem::path, without its header, which costs half as much as all others together.
 template <class T>
@@ -462,19 +421,6 @@ constexpr CppType described() {
 template <ParameterType T>
 inline constexpr CppType cpp_type = described<T>();
 
-}  // namespace detail
+}  // namespace tool_binding::detail
 
-// The custom type of a parameter of type T, for a registry that is written by hand:
-//
-//   ParamSpec{.name = "since", .custom = custom_type<Date>()}
-//   ParamSpec{.name = "days", .custom = custom_type<std::vector<Date>>()}
-template <class T>
-requires detail::HasReader<typename detail::Unwrapped<T>::Type>
-[[nodiscard]] const std::shared_ptr<const CustomType>& custom_type() {
-  detail::check_reader<typename detail::Unwrapped<T>::Type>();
-  return detail::custom_type_of<T>();
-}
-
-}  // namespace tool_binding
-
-#endif  // TOOL_BINDING_HANDLERS_CPP_TYPE_HPP_
+#endif  // TOOL_BINDING_DETAIL_CPP_TYPE_HPP_

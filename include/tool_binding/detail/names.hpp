@@ -1,8 +1,8 @@
-#ifndef TOOL_BINDING_HANDLERS_NAMES_HPP_
-#define TOOL_BINDING_HANDLERS_NAMES_HPP_
+#ifndef TOOL_BINDING_DETAIL_NAMES_HPP_
+#define TOOL_BINDING_DETAIL_NAMES_HPP_
 
 // The names of members, enumerators and types, as the compiler spells them in __PRETTY_FUNCTION__:
-// g++ and clang. Private to handlers.hpp.
+// g++ and clang. Private: include handlers.hpp.
 
 #include <array>
 #include <cstddef>
@@ -70,4 +70,4 @@ struct Enumerator {
 
 }  // namespace tool_binding::detail
 
-#endif  // TOOL_BINDING_HANDLERS_NAMES_HPP_
+#endif  // TOOL_BINDING_DETAIL_NAMES_HPP_

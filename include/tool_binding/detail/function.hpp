@@ -1,8 +1,8 @@
-#ifndef TOOL_BINDING_HANDLERS_FUNCTION_HPP_
-#define TOOL_BINDING_HANDLERS_FUNCTION_HPP_
+#ifndef TOOL_BINDING_DETAIL_FUNCTION_HPP_
+#define TOOL_BINDING_DETAIL_FUNCTION_HPP_
 
 // A callable as the engine calls it: what each of its parameters takes, and the call itself with
-// all values in their places. Private to handlers.hpp.
+// all values in their places. Private: include handlers.hpp.
 
 #include <array>
 #include <cassert>
@@ -21,9 +21,9 @@
 #include <variant>
 #include <vector>
 
+#include "tool_binding/detail/cpp_type.hpp"
 #include "tool_binding/export.hpp"
 #include "tool_binding/handlers/answer.hpp"
-#include "tool_binding/handlers/cpp_type.hpp"
 #include "tool_binding/tool_registry.hpp"
 #include "tool_binding/value.hpp"
 
@@ -250,12 +250,15 @@ struct NamedParameter {
   TakenParameter taken;
 };
 
-// What both spellings come to.
+// What both ways to declare a handler come to.
 struct Callable {
   std::shared_ptr<const Function> function;
   std::vector<NamedParameter> parameters;  // in the order of slots
   std::vector<std::string> ignored;
 };
+
+// What a Tool holds.
+struct ToolRecord;
 
 // The argument for a parameter that is not a parameter of the request.
 template <class Argument>
@@ -303,7 +306,7 @@ void invoke_into(Result& result, const F& function, Arguments&&... arguments) {
   }
 }
 
-// The first spelling: each parameter of the callable is one of the request, or of the context.
+// Names beside a callable: each parameter of the callable is one of the request, or of the context.
 template <class F, class... Arguments>
 class NamedFunction final : public Function {
  public:
@@ -346,7 +349,7 @@ class NamedFunction final : public Function {
   F function_;
 };
 
-// The second spelling: the request's parameters are members of a struct.
+// A struct of parameters: the request's parameters are members of a struct.
 
 // A pointer to any member, of which copies are bytes.
 using MemberBytes = std::array<unsigned char, 2 * sizeof(void*)>;
@@ -432,6 +435,9 @@ struct Split<Parameters<First, Others...>> {
   using Rest = Parameters<Others...>;
 };
 
+// In place of what the compiler has refused to make a parameter of.
+struct NoMember {};
+
 // What is not a function, or one of several signatures: the assertion that says so comes later.
 struct NoFunction {};
 
@@ -448,4 +454,4 @@ using request_of = typename RequestOf<F>::Type;
 
 }  // namespace tool_binding::detail
 
-#endif  // TOOL_BINDING_HANDLERS_FUNCTION_HPP_
+#endif  // TOOL_BINDING_DETAIL_FUNCTION_HPP_
