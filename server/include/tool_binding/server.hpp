@@ -62,6 +62,8 @@ struct ServerOptions {
   std::size_t depth_limit = 1000;
   // Calls that run or wait at once. What comes on top is answered with error -32603 at once.
   std::size_t call_limit = 1 << 16;
+  // The bytes of their messages in all, with the same answer; a call alone may have any size.
+  std::size_t call_bytes_limit = std::size_t{64} << 20;
   // Gets one line of at most some 500 bytes for each fault, without a line break, and never an
   // argument's value, unless a handler has put one into its exception. That comes here where
   // ServiceOptions::log is empty. Called on the thread that found the fault. None: the transport's
