@@ -34,15 +34,21 @@ bool CallRecord::end() {
   return !std::exchange(ended_, true);
 }
 
-std::optional<Mapping> CallRecord::start() {
-  const std::lock_guard lock(mutex_);
-  if (ended_) return std::nullopt;
-  return std::exchange(arguments, {});
-}
-
 bool CallRecord::ended() const {
   const std::lock_guard lock(mutex_);
   return ended_;
+}
+
+bool CallRecord::started() const {
+  const std::lock_guard lock(mutex_);
+  return started_;
+}
+
+std::optional<Mapping> CallRecord::start() {
+  const std::lock_guard lock(mutex_);
+  if (ended_) return std::nullopt;
+  started_ = true;
+  return std::exchange(arguments, {});
 }
 
 void CallRecord::report(const Progress& progress, const ServerSession::Notify& notify) {

@@ -53,6 +53,7 @@ struct CallRecord {
   // Drops what has not been taken of the arguments. False when it had ended before.
   bool end();
   [[nodiscard]] bool ended() const;
+  [[nodiscard]] bool started() const;
   // Takes the arguments for the handler: nothing when the call has ended.
   [[nodiscard]] std::optional<Mapping> start();
   // Sends a report that rises, unless the call has ended.
@@ -60,6 +61,7 @@ struct CallRecord {
 
  private:
   mutable std::mutex mutex_ = {};  // held while a report is sent, so that the end comes after it
+  bool started_ = false;
   bool ended_ = false;
   double progress_ = -std::numeric_limits<double>::infinity();
 };

@@ -412,14 +412,17 @@ std::string ServerSession::run(const ServerCall& call, const Notify& notify) {
 }
 
 std::string ServerSession::expire(const ServerCall& call, std::chrono::milliseconds limit) {
-  const std::string tool = shown(call.tool());
-  const std::string time = seconds_text(limit);
+  const bool was_started = call.record_->started();
+  const std::string fault = shown(call.tool()) +
+                            (was_started ? " was stopped after " : " was not started within ") +
+                            seconds_text(limit);
   std::string result = implementation_->results.call_error(
-      call.record_->era, tool + " was stopped after " + time + ": ask for less at once");
+      call.record_->era,
+      fault + (was_started ? ": ask for less at once" : ": send it again later"));
   const bool was_over = call.is_over();
   std::string line = implementation_->finish(call.record_, result_line(call.record_->id, result));
   call.record_->stop.request_stop();
-  if (!was_over) implementation_->log("the tool " + tool + " was stopped after " + time);
+  if (!was_over) implementation_->log("the tool " + fault);
   return line;
 }
 

@@ -126,7 +126,7 @@ TEST(ServerSession, EndsACallOnce) {
   EXPECT_EQ(session.expire(cancelled, std::chrono::seconds(1)), "");
 
   const ServerCall expired = start(2);
-  EXPECT_NE(session.expire(expired, std::chrono::milliseconds(1500)).find("after 1.5 seconds"),
+  EXPECT_NE(session.expire(expired, std::chrono::milliseconds(1500)).find("within 1.5 seconds"),
             std::string::npos);
   EXPECT_TRUE(expired.stop_token().stop_requested());
   EXPECT_EQ(session.run(expired, {}), "");

@@ -135,8 +135,8 @@ class TOOL_BINDING_EXPORT ServerSession {
   // report that does not rise, or comes after the end, is dropped. It is called under a lock of the
   // call, and so must not use the session.
   [[nodiscard]] std::string run(const ServerCall& call, const Notify& notify);
-  // The answer to a call that has run for too long, or nothing when it is over. Asks its handler to
-  // stop. `limit` is for the answer's text.
+  // The answer to a call that has run, or waited to run, for too long, or nothing when it is over.
+  // Asks its handler to stop; one that has not run will not. `limit` is for the answer's text.
   [[nodiscard]] std::string expire(const ServerCall& call, std::chrono::milliseconds limit);
   // Ends all calls without an answer and asks their handlers to stop: the client is gone. Waits for
   // none of them; their run() returns an empty line.

@@ -31,7 +31,8 @@ struct StdioOptions {
   std::size_t output_limit = std::size_t{64} << 20;
   // A handler that runs for longer is asked to stop, and the client gets an error result. The
   // thread cannot be ended: one that goes on is replaced by another, up to eight for each worker.
-  // Zero: no limit.
+  // When all of them go on and none takes a call for so long, those that have waited as long get
+  // an error result and are not run. Zero: no limit.
   std::chrono::milliseconds time_limit = std::chrono::minutes(5);
   // After the end of input, how long calls go on before they are cancelled, so that requests piped
   // in from a file are answered; then, how long handlers have to stop and answers to be read. Hosts
