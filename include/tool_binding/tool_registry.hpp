@@ -165,6 +165,8 @@ struct ToolDefinition {
   bool routing = true;
   // Shown in the published schema, read by nothing else: the description of the property "action".
   std::string action_description = {};
+  // The same: of the schema itself, beside the tool's own description.
+  std::string schema_description = {};
   // The same: the keywords "$defs" and "definitions" with all that they hold, to which schemas of
   // custom types may refer: {{"$defs", Mapping{{"point", Mapping{{"type", "object"}}}}}}.
   Mapping definitions = {};
