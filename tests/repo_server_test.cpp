@@ -45,6 +45,7 @@ class RepoServer : public testing::Test {
     tool_binding::Context context;
     context.provide("root", std::make_shared<const Root>(root_));
     service_ = std::make_unique<tool_binding::ToolService>(tools(), context);
+    EXPECT_TRUE(service_->warnings().empty());
   }
   void TearDown() override { fs::remove_all(outside_); }
 
