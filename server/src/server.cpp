@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -185,6 +186,10 @@ Received ServerSession::Implementation::receive(std::string_view text) {
   } catch (const ProtocolError& error) {
     log("a message is not a request: " + error.message);
     received.answers.push_back(unreadable(error.code, error.message));
+  } catch (const std::bad_alloc&) {
+    log("there is no memory left for a message");
+    received.answers.push_back(
+        unreadable(ErrorCode::internal_error, "there is no memory left for this message"));
   }
   return received;
 }

@@ -40,13 +40,15 @@ class Server {
  public:
   using Environment = std::map<std::string, std::string>;
 
-  explicit Server(const Environment& environment = {}, bool has_output = true) {
+  explicit Server(const Environment& environment = {}, const char* output = nullptr) {
     std::signal(SIGPIPE, SIG_IGN);
     pid_ = fork();
     if (pid_ == 0) {
       for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
       dup2(in_.ends[0], 0);
-      has_output ? dup2(out_.ends[1], 1) : close(1);
+      dup2(out_.ends[1], 1);
+      if (output != nullptr) close(1);
+      if (output != nullptr) (void)open(output, O_WRONLY);  // as descriptor 1
       dup2(error_.ends[1], 2);
       execl(FIXTURE_SERVER, FIXTURE_SERVER, nullptr);
       _exit(127);
@@ -245,8 +247,13 @@ TEST(Stdio, EndsWithItsClient) {
     EXPECT_EQ(server.status_within(1500ms), 0) << tool;
     EXPECT_EQ(server.rest_of_errors(), "");
   }
-  Server mute({}, false);
+  Server mute({}, "no such file");
   EXPECT_EQ(mute.status_within(1s), 0);
+  Server full({}, "/dev/full");
+  full.send(call(1, "echo", {{"text", "x"}}));
+  full.end_input();
+  EXPECT_EQ(full.status_within(1s), 1);
+  EXPECT_NE(full.rest_of_errors().find(": the output cannot be written: "), std::string::npos);
 }
 
 TEST(Stdio, AnswersForAHandlerThatRunsTooLong) {
