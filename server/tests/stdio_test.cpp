@@ -278,8 +278,13 @@ TEST(Stdio, AnswersForAHandlerThatRunsTooLong) {
 TEST(Stdio, TakesTenThousandRequestsFromASlowReader) {
   Server server;
   constexpr int count = 10'000;
+  constexpr int count_alone = 40;
+  for (int id = 0; id < count_alone; ++id) {  // answered at once each, until the pipe is full
+    server.send(call(id, "echo", {{"text", std::string(3000, 'x')}}));
+    std::this_thread::sleep_for(2ms);
+  }
   std::string requests;
-  for (int id = 0; id < count; ++id)
+  for (int id = count_alone; id < count; ++id)
     requests += call(id, "echo", {{"text", std::string(500, 'x')}});
   server.send(requests);
   std::this_thread::sleep_for(100ms);
