@@ -45,6 +45,7 @@ class RepoServer : public testing::Test {
     tool_binding::Context context;
     context.provide("root", std::make_shared<const Root>(root_));
     service_ = std::make_unique<tool_binding::ToolService>(tools(), context);
+    EXPECT_TRUE(service_->warnings().empty());
   }
   void TearDown() override { fs::remove_all(outside_); }
 
@@ -167,6 +168,13 @@ TEST_F(RepoServer, ShowsTheHistoryAndRunsNothingElse) {
   git("add -A");
   git("commit -m 'First commit'");
   write(root_ / "notes.txt", "one\n2\n");
+  fs::create_symlink(".git/config", root_ / "settings");
+  EXPECT_EQ(text("files", {}).find(".git"), std::string::npos);
+  for (const char* path : {".git", "./.git/config", "src/../.git/HEAD", "settings"}) {
+    EXPECT_NE(text("files", {{"action", "stat"}, {"path", path}}).find("git's own"),
+              std::string::npos);
+    EXPECT_EQ(call("search", {{"query", "bare"}, {"path", path}}).outcome, Outcome::failed);
+  }
   // What a repository could make git run.
   const std::string trap = "touch " + (outside_ / "trapped").string();
   git("config core.fsmonitor '" + trap + "'");

@@ -92,7 +92,7 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
     expect_part(outcome.out, part_behind('>', c.lines));
     expect_part(outcome.err, part_behind('!', c.lines));
   }
-  EXPECT_EQ(cases.size(), 50U);
+  EXPECT_EQ(cases.size(), 52U);
 }
 
 TEST_F(ToolAdmit, ServesItsOwnSchemaLikeTheBuiltInTools) {

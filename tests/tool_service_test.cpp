@@ -186,6 +186,14 @@ TEST(ToolService, TellsAllMistakesOfAllToolsAtOnce) {
   }
 }
 
+TEST(ToolService, WarnsOfWhatIsDoubtful) {
+  const Tool doubtful =
+      tool("t", "", {param<&Search::limit>({.maximum = 10, .default_ = 20})}, [](const Search&) {});
+  const auto warnings = ToolService({sample_tools().back(), doubtful}, sample_context()).warnings();
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_EQ(warnings[0].parameter, "limit");
+}
+
 TEST(ToolService, PublishesItsToolsWithWhatTheyAre) {
   const ToolService service(sample_tools(), sample_context());
   EXPECT_EQ(service.tools_file(), publish_tools(service.tools()));

@@ -168,7 +168,9 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (app.exit(error) == 0) return 0;
+    const bool is_wanted = app.exit(error) == 0;  // the help
+    if (is_wanted && std::cout.flush()) return 0;
+    if (is_wanted) std::cerr << "tool_admit: cannot write to standard output\n";
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
       std::cerr << nearest_option(app, argc, argv);
     }

@@ -32,6 +32,9 @@ int main(int argc, char** argv) {
     }
     context.provide("root", directory);
     const tool_binding::ToolService service(repo_server::tools(), context);
+    for (const tool_binding::SchemaProblem& warning : service.warnings()) {
+      std::cerr << "repo_server: " << tool_binding::problem_line(warning) << '\n';
+    }
     return stdio.serve(service, {.name = "repo_server", .version = version});
   } catch (const std::exception& error) {
     std::cerr << "repo_server: " << error.what() << '\n';

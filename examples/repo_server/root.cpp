@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
@@ -44,6 +45,19 @@ int open_step_by_step(int root, const std::string& path, int flags) {
     if (!current) return -1;
   }
   return fcntl(current.get(), F_DUPFD_CLOEXEC, 0);
+}
+
+std::filesystem::path place_of(int descriptor) {
+  std::error_code no_proc;
+  return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), no_proc);
+}
+
+// Whichever way the path led there. Without /proc, only the path's own words count.
+bool is_in_git(int root, int opened, const std::string& path) {
+  const std::filesystem::path place = place_of(opened);
+  const std::filesystem::path inside =
+      place.empty() ? std::filesystem::path(path) : place.lexically_relative(place_of(root));
+  return std::find(inside.begin(), inside.end(), ".git") != inside.end();
 }
 
 // Below each, what `access` allows; a path that is not there needs no rule.
@@ -85,7 +99,10 @@ Descriptor Root::open(std::string_view path, int flags) const {
   if (opened < 0 && (errno == ENOSYS || errno == EPERM)) {
     opened = open_step_by_step(descriptor(), name, flags);
   }
-  if (opened >= 0) return Descriptor(opened);
+  if (Descriptor found(opened); found) {
+    if (!is_in_git(descriptor(), opened, name)) return found;
+    throw ToolError(shown + " is git's own and is not shown: use the tool 'history'.");
+  }
   if (errno == EXDEV) {
     throw ToolError("The path " + shown +
                     " leads out of the root: send a path relative to it, without '..'.");

@@ -42,8 +42,8 @@ class Root {
   [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
   // The file or directory at a path relative to the root, opened for reading. Throws ToolError,
-  // with the path in it, when there is none, it leads out of the root, or it is anything else: a
-  // pipe or a device is not even opened.
+  // with the path in it, when there is none, it leads out of the root or into a .git, or it is
+  // anything else: a pipe or a device is not even opened.
   [[nodiscard]] Descriptor open(std::string_view path) const;
   // Of whatever is there. Throws as open() does.
   [[nodiscard]] struct stat status(std::string_view path) const;

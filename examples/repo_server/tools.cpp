@@ -34,7 +34,8 @@ std::string list_directory(const Root& root, const Files& request) {
     throw ToolError(shown_name(request.path) + " is not a directory: use the action 'read'.");
   }
   std::string listed;
-  const std::vector<std::string> names = names_in(directory);
+  std::vector<std::string> names = names_in(directory);
+  std::erase(names, ".git");
   const auto count = std::min(names.size(), static_cast<std::size_t>(request.lines));
   for (std::size_t i = 0; i < count; ++i) {
     struct stat status = {};

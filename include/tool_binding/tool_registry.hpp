@@ -119,8 +119,8 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   // enumeration, {{"minLength", 1}} say. No item is checked against it.
   Mapping items_schema = {};
   // A kind of value in place of the type: it reads the value, and the enumeration is not consulted.
-  // A number that it returns is brought within the bounds as a float, or as an integer where `type`
-  // is "integer". Null: one of the five types.
+  // A number that it returns is brought within the bounds: an integer as an integer, a float as a
+  // float unless `type` is "integer". Null: one of the five types.
   std::shared_ptr<const CustomType> custom = {};
 
   // Whether a request that runs `action` (nothing: a tool without actions) needs the parameter.
@@ -165,6 +165,8 @@ struct ToolDefinition {
   bool routing = true;
   // Shown in the published schema, read by nothing else: the description of the property "action".
   std::string action_description = {};
+  // The same: of the schema itself, beside the tool's own description.
+  std::string schema_description = {};
   // The same: the keywords "$defs" and "definitions" with all that they hold, to which schemas of
   // custom types may refer: {{"$defs", Mapping{{"point", Mapping{{"type", "object"}}}}}}.
   Mapping definitions = {};

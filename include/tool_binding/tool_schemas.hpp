@@ -29,7 +29,8 @@
 //                             is not published as a default; otherwise the same as default
 //
 // The property "action" lists the tool's actions: enum, default, description, x-synonyms
-// {action: [names]}. "$defs" and "definitions" are kept and published again.
+// {action: [names]}. The schema's own "description", "$defs" and "definitions" are kept and
+// published again.
 // "required" is read as it is. "x-routing" false in the schema itself, and a property named repo or
 // repo_root, make the tool's routing false. The schema of a property that becomes a custom kind is
 // kept whole and published again as it was; of any other, what is not listed here is not published.

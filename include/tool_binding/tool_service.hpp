@@ -93,7 +93,8 @@ struct ServiceOptions {
 class TOOL_BINDING_EXPORT ToolService {
  public:
   // Throws HandlerError with every mismatch of all tools, two tools of one name and the errors of
-  // check_tool() among them. Keeps what its handlers take of the context, not the rest of it.
+  // check_tool() among them. Its warnings throw nothing: see warnings(). Keeps what its handlers
+  // take of the context, not the rest of it.
   explicit ToolService(std::vector<Tool> tools, const Context& context = {},
                        ServiceOptions options = {});
   ToolService(const ToolService&) = default;
@@ -118,6 +119,11 @@ class TOOL_BINDING_EXPORT ToolService {
   [[nodiscard]] const ToolTable& tools() const noexcept;
   // What clients are shown of a tool beside its specification; null for an unknown name.
   [[nodiscard]] const ToolInfo* info(std::string_view tool) const noexcept;
+
+  // What check_tool() finds doubtful about the tools, such as a default that admission would
+  // refuse, to be looked at in a test or when the program starts. Cost: that of check_tool() each
+  // time.
+  [[nodiscard]] std::vector<SchemaProblem> warnings() const;
 
   // The tools file, with its x- keywords: publish_tools(tools()).
   [[nodiscard]] Value tools_file() const;

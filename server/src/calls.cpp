@@ -28,13 +28,27 @@ void Batch::append(std::string_view answer) {
 }
 
 bool CallRecord::end() {
+  Mapping dropped;  // after the lock
   const std::lock_guard lock(mutex_);
+  dropped = std::exchange(arguments, {});
   return !std::exchange(ended_, true);
 }
 
 bool CallRecord::ended() const {
   const std::lock_guard lock(mutex_);
   return ended_;
+}
+
+bool CallRecord::started() const {
+  const std::lock_guard lock(mutex_);
+  return started_;
+}
+
+std::optional<Mapping> CallRecord::start() {
+  const std::lock_guard lock(mutex_);
+  if (ended_) return std::nullopt;
+  started_ = true;
+  return std::exchange(arguments, {});
 }
 
 void CallRecord::report(const Progress& progress, const ServerSession::Notify& notify) {
@@ -61,15 +75,17 @@ bool Calls::ById::operator()(std::string_view id, const Record& right) const noe
 
 bool Calls::add(const Record& record) {
   const std::lock_guard lock(mutex_);
-  if (records_.size() >= limit_) return false;
+  const bool has_room = records_.empty() || bytes_ + record->bytes <= byte_limit_;
+  if (records_.size() >= limit_ || !has_room) return false;
   records_.insert(record);
+  bytes_ += record->bytes;
   return true;
 }
 
 bool Calls::end(const Record& record) {
   if (!record->end()) return false;
   const std::lock_guard lock(mutex_);
-  records_.erase(record);
+  if (records_.erase(record) != 0) bytes_ -= record->bytes;
   return true;
 }
 
@@ -91,6 +107,7 @@ void Calls::cancel_all() {
   {
     const std::lock_guard lock(mutex_);
     found.swap(records_);
+    bytes_ = 0;
   }
   for (const Record& record : found) {
     if (record->end()) record->stop.request_stop();

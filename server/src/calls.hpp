@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <stop_token>
 #include <string>
@@ -44,18 +45,23 @@ struct CallRecord {
   Era era = Era::legacy;
   std::string tool;
   Mapping arguments;
-  Value progress_token;  // none: no progress is wanted
+  std::size_t bytes = 0;  // of the message
+  Value progress_token;   // none: no progress is wanted
   std::shared_ptr<Batch> batch = {};
   std::stop_source stop = {};
 
-  // False when it had ended before.
+  // Drops what has not been taken of the arguments. False when it had ended before.
   bool end();
   [[nodiscard]] bool ended() const;
+  [[nodiscard]] bool started() const;
+  // Takes the arguments for the handler: nothing when the call has ended.
+  [[nodiscard]] std::optional<Mapping> start();
   // Sends a report that rises, unless the call has ended.
   void report(const Progress& progress, const ServerSession::Notify& notify);
 
  private:
   mutable std::mutex mutex_ = {};  // held while a report is sent, so that the end comes after it
+  bool started_ = false;
   bool ended_ = false;
   double progress_ = -std::numeric_limits<double>::infinity();
 };
@@ -64,9 +70,10 @@ class Calls {
  public:
   using Record = std::shared_ptr<CallRecord>;
 
-  explicit Calls(std::size_t limit) noexcept : limit_(limit) {}
+  Calls(std::size_t limit, std::size_t byte_limit) noexcept
+      : limit_(limit), byte_limit_(byte_limit) {}
 
-  // False when there are as many as there may be.
+  // False when there are as many, or as large ones, as there may be. One alone may have any size.
   [[nodiscard]] bool add(const Record& record);
   // Whether this was its end: false when it is over already.
   bool end(const Record& record);
@@ -85,8 +92,10 @@ class Calls {
   };
 
   const std::size_t limit_;
+  const std::size_t byte_limit_;
   mutable std::mutex mutex_;
   std::set<Record, ById> records_;
+  std::size_t bytes_ = 0;  // of all records
 };
 
 }  // namespace tool_binding

@@ -22,20 +22,21 @@ class OutputQueue {
   void push(std::string_view line, bool is_alone = false);
   // Drops the line instead of waiting.
   void push_if_room(std::string_view line);
-  // Writes what waits until the queue is closed and all is written, or nobody reads any more.
+  // Writes what waits until the queue is closed and all is written, or it is broken.
   void write();
   // Nothing more will be pushed.
   void close();
-  // Nothing can be written any more.
-  void break_off();
-  [[nodiscard]] bool is_broken() const;
+  // Nothing can be written any more, for this reason.
+  void break_off(int error);
+  // The errno of what broke the queue first; zero: nothing has.
+  [[nodiscard]] int error() const;
 
  private:
   void add(std::unique_lock<std::mutex> lock, std::string_view line, bool is_alone);
   void write_at_once(std::unique_lock<std::mutex>& lock);
   // What waits, with the lock given up for the time of writing.
   [[nodiscard]] std::string start_writing(std::unique_lock<std::mutex>& lock);
-  void end_writing(std::unique_lock<std::mutex>& lock, bool has_reader);
+  void end_writing(std::unique_lock<std::mutex>& lock, int error);
 
   const int descriptor_;
   const std::size_t limit_;
@@ -45,7 +46,7 @@ class OutputQueue {
   std::string lines_;
   bool is_writing_ = false;  // one thread does, without the lock
   bool closed_ = false;
-  bool broken_ = false;
+  int error_ = 0;  // not zero: broken
 };
 
 }  // namespace tool_binding

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -90,7 +91,8 @@ std::string seconds_text(std::chrono::milliseconds time) {
 // One request, as the functions that answer it see it. All refer to the message.
 struct Request {
   const Message& message;
-  std::string id;  // as JSON
+  std::size_t bytes;  // of the message
+  std::string id;     // as JSON
   const Mapping& params;
   const Mapping& meta;
   Era era;
@@ -109,7 +111,7 @@ class ServerSession::Implementation {
       : service(std::move(tools)),
         options(std::move(session_options)),
         results(service, options),
-        calls(options.call_limit),
+        calls(options.call_limit, options.call_bytes_limit),
         reader_({.depth = options.depth_limit}) {}
 
   Received receive(std::string_view text);
@@ -140,9 +142,10 @@ class ServerSession::Implementation {
   static const std::array<Method, 5> methods_;
 
   void receive_batch(const List& messages, Received& received);
-  void receive_one(const Value& value, const std::shared_ptr<Batch>& batch, Received& received);
-  void answer_request(const Message& message, const std::shared_ptr<Batch>& batch,
-                      Received& received);
+  void receive_one(const Value& value, std::size_t bytes, const std::shared_ptr<Batch>& batch,
+                   Received& received);
+  void answer_request(const Message& message, std::size_t bytes,
+                      const std::shared_ptr<Batch>& batch, Received& received);
   void take_notification(const Message& message, Received& received);
 
   Reply dispatch(const Request& request);
@@ -175,7 +178,7 @@ Received ServerSession::Implementation::receive(std::string_view text) {
     if (const List* messages = value.if_list()) {
       receive_batch(*messages, received);
     } else {
-      receive_one(value, nullptr, received);
+      receive_one(value, text.size(), nullptr, received);
     }
   } catch (const JsonError& error) {
     log("a message is not JSON, at byte " + std::to_string(error.byte()));
@@ -183,6 +186,10 @@ Received ServerSession::Implementation::receive(std::string_view text) {
   } catch (const ProtocolError& error) {
     log("a message is not a request: " + error.message);
     received.answers.push_back(unreadable(error.code, error.message));
+  } catch (const std::bad_alloc&) {
+    log("there is no memory left for a message");
+    received.answers.push_back(
+        unreadable(ErrorCode::internal_error, "there is no memory left for this message"));
   }
   return received;
 }
@@ -199,24 +206,28 @@ void ServerSession::Implementation::receive_batch(const List& messages, Received
   if (messages.empty()) refuse("a batch must hold a message");
   if (messages.size() > options.call_limit) refuse("a batch holds too many messages");
   const auto batch = std::make_shared<Batch>();
-  for (const Value& value : messages) receive_one(value, batch, received);
+  for (const Value& value : messages) {
+    receive_one(value, json_text(value).size(), batch, received);
+  }
   if (std::string line = batch->finish_one({}); !line.empty()) {
     received.answers.push_back(std::move(line));
   }
 }
 
-void ServerSession::Implementation::receive_one(const Value& value,
+void ServerSession::Implementation::receive_one(const Value& value, std::size_t bytes,
                                                 const std::shared_ptr<Batch>& batch,
                                                 Received& received) {
   const Message message = classified(value);
-  if (message.kind == MessageKind::request) return answer_request(message, batch, received);
+  if (message.kind == MessageKind::request) {
+    return answer_request(message, bytes, batch, received);
+  }
   if (message.kind == MessageKind::notification) return take_notification(message, received);
   if (message.kind == MessageKind::response) return;
   if (!batch) throw ProtocolError{ErrorCode::invalid_request, std::string(message.fault)};
   batch->add(unreadable(ErrorCode::invalid_request, std::string(message.fault)));
 }
 
-void ServerSession::Implementation::answer_request(const Message& message,
+void ServerSession::Implementation::answer_request(const Message& message, std::size_t bytes,
                                                    const std::shared_ptr<Batch>& batch,
                                                    Received& received) {
   std::string id = json_text(*message.id);
@@ -229,7 +240,7 @@ void ServerSession::Implementation::answer_request(const Message& message,
     const Mapping& params = has_params ? message.params->get_mapping() : no_members;
     const Mapping& meta = object_member(params, "_meta");
     const Era era = meta.contains(protocol_version_key) ? Era::modern : Era::legacy;
-    Reply reply = dispatch({message, id, params, meta, era, batch});
+    Reply reply = dispatch({message, bytes, id, params, meta, era, batch});
     if (reply.call) return received.calls.push_back(*std::move(reply.call));
     line = result_line(id, reply.result);
   } catch (const ProtocolError& error) {
@@ -322,6 +333,7 @@ Reply ServerSession::Implementation::call_tool(const Request& request) {
   auto record = std::make_shared<CallRecord>();
   record->arguments = object_member(request.params, "arguments");
   check_capabilities(request, tool);
+  record->bytes = request.bytes;
   record->request_id = *request.message.id;
   record->id = request.id;
   record->era = request.era;
@@ -358,7 +370,9 @@ std::string ServerSession::Implementation::run(const Calls::Record& record, cons
     call.progress = [&](const Progress& progress) { record->report(progress, notify); };
   }
   try {
-    ToolAnswer answer = service.call(record->tool, std::move(record->arguments), call);
+    std::optional<Mapping> arguments = record->start();
+    if (!arguments) return {};
+    ToolAnswer answer = service.call(record->tool, *std::move(arguments), call);
     if (record->ended()) return {};
     if (answer.outcome == Outcome::no_such_tool) {
       const ProtocolError error{ErrorCode::invalid_params, std::string(answer.text())};
@@ -399,18 +413,21 @@ std::string ServerSession::too_long(std::size_t limit) {
 }
 
 std::string ServerSession::run(const ServerCall& call, const Notify& notify) {
-  return call.is_over() ? std::string() : implementation_->run(call.record_, notify);
+  return implementation_->run(call.record_, notify);
 }
 
 std::string ServerSession::expire(const ServerCall& call, std::chrono::milliseconds limit) {
-  const std::string tool = shown(call.tool());
-  const std::string time = seconds_text(limit);
+  const bool was_started = call.record_->started();
+  const std::string fault = shown(call.tool()) +
+                            (was_started ? " was stopped after " : " was not started within ") +
+                            seconds_text(limit);
   std::string result = implementation_->results.call_error(
-      call.record_->era, tool + " was stopped after " + time + ": ask for less at once");
+      call.record_->era,
+      fault + (was_started ? ": ask for less at once" : ": send it again later"));
   const bool was_over = call.is_over();
   std::string line = implementation_->finish(call.record_, result_line(call.record_->id, result));
   call.record_->stop.request_stop();
-  if (!was_over) implementation_->log("the tool " + tool + " was stopped after " + time);
+  if (!was_over) implementation_->log("the tool " + fault);
   return line;
 }
 

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -64,28 +65,33 @@ class Loop {
       : input_(input),
         output_(output),
         stdio_(stdio),
+        log_(options.log),
         session_(service, std::move(options)),
         lines_(stdio.line_limit),
         answers_(output, stdio.output_limit),
         workers_(stdio.workers, stdio.time_limit, [this](const ServerCall& call) { run(call); }),
         writer_([this] { write(); }) {}
 
-  void serve();
+  // Returns the exit status.
+  [[nodiscard]] int serve();
 
  private:
   enum class Event : std::uint8_t { input, end, nobody_reads, deadline };
 
+  [[nodiscard]] Event serve_until_end();
   [[nodiscard]] Event wait(int time);
   [[nodiscard]] bool read_some();
   void take(const LineBuffer::Line& line);
   void run(const ServerCall& call) noexcept;
   void expire_overdue();
   void write();
-  void end(bool has_reader);
+  [[nodiscard]] int end(bool has_reader, int status);
+  [[nodiscard]] bool could_write() const;
 
   const int input_;
   const int output_;
   const StdioOptions stdio_;
+  const std::function<void(std::string_view line)> log_;
   ServerSession session_;
   LineBuffer lines_;
   OutputQueue answers_;
@@ -96,7 +102,20 @@ class Loop {
   std::jthread writer_;
 };
 
-void Loop::serve() {
+// Nothing waits for the threads where an exception leaves.
+int Loop::serve() {
+  Event event = Event::nobody_reads;
+  int status = EXIT_SUCCESS;
+  try {
+    event = serve_until_end();
+  } catch (const std::exception& error) {
+    log_(std::string("the server cannot go on: ") + error.what());
+    status = EXIT_FAILURE;
+  }
+  return end(event == Event::end, status);
+}
+
+Loop::Event Loop::serve_until_end() {
   Event event = Event::deadline;
   while (event == Event::deadline || event == Event::input) {
     event = wait(poll_time(workers_.time_to_next()));
@@ -106,13 +125,13 @@ void Loop::serve() {
   if (event == Event::end) {
     if (const auto line = lines_.rest()) take(*line);
   }
-  end(event == Event::end);
+  return event;
 }
 
 // What a client has sent before it went away is not read: nobody would read the answers.
 Loop::Event Loop::wait(int time) {
   std::array<pollfd, 2> polled = {{{input_, POLLIN, 0}, {output_, 0, 0}}};
-  if (output_ < 0 || answers_.is_broken()) return Event::nobody_reads;
+  if (output_ < 0 || answers_.error() != 0) return Event::nobody_reads;
   if (input_ < 0) return Event::end;
   if (poll(polled.data(), polled.size(), time) < 0) return Event::deadline;  // a signal
   if (polled[1].revents != 0) return Event::nobody_reads;
@@ -157,16 +176,26 @@ void Loop::write() {
 }
 
 // Threads that do not end in time still use what would be destroyed, here and in the program.
-void Loop::end(bool has_reader) {
+int Loop::end(bool has_reader, int status) {
   workers_.close();
   bool has_ended = has_reader && workers_.wait_for_end(stdio_.drain_time);
   session_.cancel_all();
-  if (!has_reader) answers_.break_off();
+  if (!has_reader) answers_.break_off(EPIPE);
   has_ended = has_ended || workers_.wait_for_end(stdio_.stop_time);
   answers_.close();
   std::unique_lock lock(written_mutex_);
   const bool is_done = written_.wait_for(lock, stdio_.stop_time, [&] { return has_written_; });
-  if (!has_ended || !is_done) std::_Exit(EXIT_SUCCESS);
+  if (!could_write()) status = EXIT_FAILURE;
+  if (!has_ended || !is_done) std::_Exit(status);
+  return status;
+}
+
+// A client that is gone is the usual end.
+bool Loop::could_write() const {
+  const int error = answers_.error();
+  if (error == 0 || error == EPIPE || error == ECONNRESET) return true;
+  log_("the output cannot be written: " + std::generic_category().message(error));
+  return false;
 }
 
 }  // namespace
@@ -195,8 +224,7 @@ int StdioTransport::serve(const ToolService& service, ServerOptions options,
       log_to_standard_error(name, line);
     };
   }
-  Loop(input_, output_, service, std::move(options), stdio).serve();
-  return EXIT_SUCCESS;
+  return Loop(input_, output_, service, std::move(options), stdio).serve();
 }
 
 int serve_stdio(const ToolService& service, ServerOptions options, const StdioOptions& stdio) {

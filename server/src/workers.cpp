@@ -17,6 +17,7 @@ void Workers::start_one() {
   Worker& worker = workers_.emplace_back();
   worker.thread = std::jthread([this, &worker] { work(worker); });
   ++running_;
+  moved_ = Clock::now();
 }
 
 void Workers::work(Worker& worker) {
@@ -32,22 +33,24 @@ bool Workers::take_next(Worker& worker) {
   if (worker.is_replaced) return false;
   pushed_.wait(lock, [&] { return closed_ || !waiting_.empty(); });
   if (waiting_.empty()) return false;
-  worker.call = std::move(waiting_.front());
+  worker.call = std::move(waiting_.front().call);
   waiting_.pop_front();
-  worker.deadline = Clock::now() + time_limit_;
+  moved_ = Clock::now();
+  worker.deadline = moved_ + time_limit_;
   return true;
 }
 
 void Workers::push(ServerCall call) {
   constexpr std::size_t few = 1000;
-  if (!look_at_ && time_limit_.count() != 0) look_at_ = Clock::now() + time_limit_;
+  const Clock::time_point deadline = Clock::now() + time_limit_;
+  if (!look_at_ && time_limit_.count() != 0) look_at_ = deadline;
   std::unique_lock lock(mutex_);
   // Cancelled calls must not pile up behind handlers that take long.
   if (waiting_.size() >= 2 * swept_ + few) {
-    std::erase_if(waiting_, [](const ServerCall& waiting) { return waiting.is_over(); });
+    std::erase_if(waiting_, [](const Waiting& waiting) { return waiting.call.is_over(); });
     swept_ = waiting_.size();
   }
-  waiting_.push_back(std::move(call));
+  waiting_.push_back({std::move(call), deadline});
   lock.unlock();
   pushed_.notify_one();
 }
@@ -67,13 +70,21 @@ std::vector<ServerCall> Workers::take_overdue() {
     worker.is_replaced = true;
     start_one();
   }
-  set_next_look(now);
+  for (; !waiting_.empty() && first_deadline() <= now; waiting_.pop_front()) {
+    overdue.push_back(std::move(waiting_.front().call));
+  }
+  set_next_look();
   return overdue;
 }
 
-void Workers::set_next_look(Clock::time_point now) {
+// Of the call that has waited longest: while others are taken, its turn will come.
+Workers::Clock::time_point Workers::first_deadline() const {
+  return std::max(waiting_.front().deadline, moved_ + time_limit_);
+}
+
+void Workers::set_next_look() {
   look_at_.reset();
-  if (!waiting_.empty()) look_at_ = now + time_limit_;
+  if (!waiting_.empty()) look_at_ = first_deadline();
   for (const Worker& worker : workers_) {
     if (!worker.call || worker.is_replaced) continue;
     look_at_ = std::min(look_at_.value_or(worker.deadline), worker.deadline);

@@ -31,8 +31,8 @@ class Workers {
   Workers& operator=(const Workers&) = delete;
 
   void push(ServerCall call);
-  // The calls that have run for too long since it was last asked. A thread that goes on with one
-  // is replaced.
+  // The calls that have run for too long since it was last asked, and those that have waited for as
+  // long, while no thread took any. A thread that goes on with one is replaced.
   [[nodiscard]] std::vector<ServerCall> take_overdue();
   // How long take_overdue() returns nothing, if no call is pushed; nothing: for ever. Cheap, as
   // take_overdue() is before that time.
@@ -43,6 +43,10 @@ class Workers {
   [[nodiscard]] bool wait_for_end(std::chrono::milliseconds time);
 
  private:
+  struct Waiting {
+    ServerCall call;
+    Clock::time_point deadline;
+  };
   struct Worker {
     std::optional<ServerCall> call = {};
     Clock::time_point deadline = {};
@@ -53,7 +57,8 @@ class Workers {
   void start_one();
   void work(Worker& worker);
   [[nodiscard]] bool take_next(Worker& worker);
-  void set_next_look(Clock::time_point now);
+  [[nodiscard]] Clock::time_point first_deadline() const;
+  void set_next_look();
 
   const std::size_t most_threads_;
   const std::chrono::milliseconds time_limit_;
@@ -63,8 +68,9 @@ class Workers {
   std::mutex mutex_;
   std::condition_variable pushed_;
   std::condition_variable ended_;
-  std::deque<ServerCall> waiting_;
-  std::size_t swept_ = 0;  // how many waited when those that are over were last removed
+  std::deque<Waiting> waiting_;
+  Clock::time_point moved_ = {};  // when a thread was last there for a call
+  std::size_t swept_ = 0;         // how many waited when those that are over were last removed
   bool closed_ = false;
   std::size_t running_ = 0;    // threads
   std::list<Worker> workers_;  // destroyed, and so joined, first

@@ -126,7 +126,7 @@ TEST(ServerSession, EndsACallOnce) {
   EXPECT_EQ(session.expire(cancelled, std::chrono::seconds(1)), "");
 
   const ServerCall expired = start(2);
-  EXPECT_NE(session.expire(expired, std::chrono::milliseconds(1500)).find("after 1.5 seconds"),
+  EXPECT_NE(session.expire(expired, std::chrono::milliseconds(1500)).find("within 1.5 seconds"),
             std::string::npos);
   EXPECT_TRUE(expired.stop_token().stop_requested());
   EXPECT_EQ(session.run(expired, {}), "");
@@ -166,6 +166,7 @@ TEST(ServerSession, KeepsItsLimits) {
   ServerOptions narrow = options;
   narrow.depth_limit = 20;
   narrow.call_limit = 2;
+  narrow.call_bytes_limit = 1000;
   narrow.log = [&](std::string_view line) { log.emplace_back(line); };
   ServerSession session(fixture_service(), narrow);
   const auto error_of = [&](const std::string& message) {
@@ -179,7 +180,12 @@ TEST(ServerSession, KeepsItsLimits) {
   for (int id = 1; id <= 2; ++id) (void)session.receive(call_line(id, "list", {}));
   EXPECT_EQ(error_of(call_line(3, "list", {})), Value(-32603));
   (void)session.receive(cancel_line(1));
+  EXPECT_EQ(error_of(call_line(4, "echo", {{"text", std::string(1000, 'x')}})), Value(-32603));
   EXPECT_EQ(error_of(call_line(4, "list", {})), Value());
+  session.cancel_all();
+  EXPECT_EQ(error_of(call_line(5, "echo", {{"text", std::string(1000, 'x')}})), Value());
+  (void)session.receive(cancel_line(5));
+  for (int id = 6; id <= 7; ++id) EXPECT_EQ(error_of(call_line(id, "list", {})), Value());
   (void)session.receive("{\"password\":\"hunter2\",\"number\":hunter2}");
   EXPECT_EQ(log.size(), 4U);
   for (const std::string& line : log) {

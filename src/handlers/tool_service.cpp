@@ -2,8 +2,10 @@
 
 #include <cxxabi.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 
@@ -287,6 +289,15 @@ Mapping wire_tool(Mapping tool, const ToolInfo& info) {
 }
 
 }  // namespace
+
+std::vector<SchemaProblem> ToolService::warnings() const {
+  std::vector<SchemaProblem> all;
+  for (const ToolSpec& tool : tools()) {
+    std::vector<SchemaProblem> found = check_tool(tool.definition()).warnings;
+    std::move(found.begin(), found.end(), std::back_inserter(all));
+  }
+  return all;
+}
 
 Value ToolService::tools_file() const { return publish_tools(record_->tools); }
 

@@ -24,9 +24,6 @@ namespace tool_binding {
 // itself, so admission drops them.
 inline constexpr std::array<std::string_view, 2> ROUTING_PARAMS_ = {REPO_ROOT_ARGUMENT, "repo"};
 
-// The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
-inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
-
 // The words that a parameter's type may be, in the order of the tables that are kept by them.
 inline constexpr std::array<std::string_view, 5> TYPE_NAMES = {"integer", "number", "boolean",
                                                                "string", "array"};

@@ -75,10 +75,15 @@ Value input_schema(const ToolSpec& tool) {
     properties.set(param.name, param_schema(param));
     if (param.required) required.emplace_back(param.name);
   }
-  Mapping schema{{"type", "object"}, {"properties", std::move(properties)}};
+  Mapping schema{{"type", "object"}};
+  const ToolDefinition& definition = tool.definition();
+  if (!definition.schema_description.empty()) {
+    schema.set("description", definition.schema_description);
+  }
+  schema.set("properties", std::move(properties));
   if (!required.empty()) schema.set("required", std::move(required));
   if (!tool.routing()) schema.set("x-routing", false);
-  for (const auto& [keyword, value] : tool.definition().definitions) schema.set(keyword, value);
+  for (const auto& [keyword, value] : definition.definitions) schema.set(keyword, value);
   return schema;
 }
 

@@ -356,8 +356,10 @@ void read_routing(const Mapping& schema, Draft& tool, const Place& place) {
   }
 }
 
-// What properties may refer to.
-void read_definitions(const Mapping& schema, Draft& tool) {
+// What the schema says of itself, and what properties may refer to.
+void read_kept(const Mapping& schema, Draft& tool, const Place& place) {
+  tool.definition.schema_description =
+      read_text(find_given(schema, "description"), "inputSchema.description", place);
   for (const std::string_view keyword : definition_keywords) {
     if (const Value* given = find_given(schema, keyword)) {
       tool.definition.definitions.set(keyword, *given);
@@ -391,7 +393,7 @@ void read_schema(const Mapping& schema, Draft& tool, const Place& place) {
     read_property(entry, name && required.contains(*name), tool, place);
   }
   read_routing(schema, tool, place);
-  read_definitions(schema, tool);
+  read_kept(schema, tool, place);
 }
 
 // Empty when it has none.

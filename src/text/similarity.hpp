@@ -30,6 +30,9 @@
 
 namespace tool_binding {
 
+// The least similarity, from 0 to 1, at which a declared name is offered for one that is not.
+inline constexpr double NEAR_NAME_CUTOFF_ = 0.6;
+
 // A name that may be the nearest, and what is known of it beforehand. A view; made in linear time.
 struct NameCandidate {
   NameCandidate(std::string_view name, std::string_view declared_name) noexcept

@@ -1,6 +1,5 @@
 #include "tool_binding/utils/nearest_name.hpp"
 
-#include "registry/tool_index.hpp"
 #include "text/similarity.hpp"
 
 namespace tool_binding {
@@ -8,7 +7,9 @@ namespace tool_binding {
 std::optional<std::string_view> nearest_name(std::string_view given,
                                              std::span<const std::string_view> names) {
   NearestName nearest(given, NEAR_NAME_CUTOFF_);
-  for (const std::string_view name : names) nearest.offer(name);
+  for (const std::string_view name : names) {
+    if (!name.empty()) nearest.offer(name);
+  }
   return nearest.best();
 }
 

@@ -12,7 +12,7 @@
 namespace tool_binding {
 
 // The one of `names` that is most similar to `given`, of equally similar ones the greatest by code
-// point; nothing when none is near. A view of one of `names`.
+// point; nothing when none is near. An empty one is never offered. A view of one of `names`.
 //
 //   nearest_name("qurey", std::vector<std::string_view>{"limit", "query"}) == "query"
 //

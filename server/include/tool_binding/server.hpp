@@ -62,6 +62,8 @@ struct ServerOptions {
   std::size_t depth_limit = 1000;
   // Calls that run or wait at once. What comes on top is answered with error -32603 at once.
   std::size_t call_limit = 1 << 16;
+  // The bytes of their messages in all, with the same answer; a call alone may have any size.
+  std::size_t call_bytes_limit = std::size_t{64} << 20;
   // Gets one line of at most some 500 bytes for each fault, without a line break, and never an
   // argument's value, unless a handler has put one into its exception. That comes here where
   // ServiceOptions::log is empty. Called on the thread that found the fault. None: the transport's
@@ -133,8 +135,8 @@ class TOOL_BINDING_EXPORT ServerSession {
   // report that does not rise, or comes after the end, is dropped. It is called under a lock of the
   // call, and so must not use the session.
   [[nodiscard]] std::string run(const ServerCall& call, const Notify& notify);
-  // The answer to a call that has run for too long, or nothing when it is over. Asks its handler to
-  // stop. `limit` is for the answer's text.
+  // The answer to a call that has run, or waited to run, for too long, or nothing when it is over.
+  // Asks its handler to stop; one that has not run will not. `limit` is for the answer's text.
   [[nodiscard]] std::string expire(const ServerCall& call, std::chrono::milliseconds limit);
   // Ends all calls without an answer and asks their handlers to stop: the client is gone. Waits for
   // none of them; their run() returns an empty line.

@@ -31,7 +31,8 @@ struct StdioOptions {
   std::size_t output_limit = std::size_t{64} << 20;
   // A handler that runs for longer is asked to stop, and the client gets an error result. The
   // thread cannot be ended: one that goes on is replaced by another, up to eight for each worker.
-  // Zero: no limit.
+  // When all of them go on and none takes a call for so long, those that have waited as long get
+  // an error result and are not run. Zero: no limit.
   std::chrono::milliseconds time_limit = std::chrono::minutes(5);
   // After the end of input, how long calls go on before they are cancelled, so that requests piped
   // in from a file are answered; then, how long handlers have to stop and answers to be read. Hosts
@@ -59,11 +60,12 @@ class TOOL_BINDING_EXPORT StdioTransport {
   StdioTransport(const StdioTransport&) = delete;
   StdioTransport& operator=(const StdioTransport&) = delete;
 
-  // Serves until the end of input, or until nobody reads the output, and returns 0: the exit
-  // status. When a handler does not return within the times of `stdio`, the process ends here, with
-  // status 0 and without destructors (std::_Exit), since the handler's thread still uses what they
-  // would destroy. Throws std::invalid_argument as ServerSession does, before anything is read.
-  // To be called once.
+  // Serves until the end of input, or until nobody reads the output, and returns the exit status:
+  // 0, or 1 where the output cannot be written (a full disk, found out when more is read) or the
+  // server cannot go on (no memory), which the log says. When a handler does not return within the
+  // times of `stdio`, the process ends here, with that status and without destructors (std::_Exit),
+  // since the handler's thread still uses what they would destroy. Throws std::invalid_argument as
+  // ServerSession does, before anything is read. To be called once.
   [[nodiscard]] int serve(const ToolService& service, ServerOptions options,
                           const StdioOptions& stdio = {});
 
