@@ -256,18 +256,16 @@ Value Normalizing_::_bounded(const ParamSpec& param, Value&& value) {
   if (!below && !is_beyond(param.maximum, "maximum", std::partial_ordering::greater)) {
     return std::move(value);
   }
-  const bool is_integer =
-      param.type == "integer" || (param.custom != nullptr && value.is_integer());
-  Value used = _used_bound(param, below ? param.minimum : param.maximum, is_integer);
+  Value used = _used_bound(param, below ? param.minimum : param.maximum);
   _note({"'", param.name, "' ", display_form(value), " is ",
          below ? "below the minimum" : "above the maximum", ": ", display_form(used), " was used"});
   return used;
 }
 
-// The bound in the parameter's type; a custom kind has that of each value.
-Value Normalizing_::_used_bound(const ParamSpec& param, const Value& bound, bool is_integer) const {
+// The bound in the parameter's type.
+Value Normalizing_::_used_bound(const ParamSpec& param, const Value& bound) const {
   try {
-    return is_integer ? to_integer(bound) : Value(to_float(bound));
+    return param.type == "integer" ? to_integer(bound) : Value(to_float(bound));
   } catch (const std::overflow_error& error) {
     throw std::overflow_error(
         line_of({"the bound ", display_form(bound), " of parameter '", param.name, "' of ",

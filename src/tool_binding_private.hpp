@@ -87,8 +87,7 @@ class Normalizing_ {
   void _problem(Pieces pieces);
   [[nodiscard]] Coercion_ _converted(const ParamIndex& param, const Argument_& argument) const;
   [[nodiscard]] Value _within(const ParamIndex& param, Value&& value);
-  [[nodiscard]] Value _used_bound(const ParamSpec& param, const Value& bound,
-                                  bool is_integer) const;
+  [[nodiscard]] Value _used_bound(const ParamSpec& param, const Value& bound) const;
   [[nodiscard]] bool _read_synonym(const ParamIndex& param, std::string_view name);
   [[nodiscard]] Value _enum_items(const ParamIndex& param, const List& items);
 

@@ -119,8 +119,8 @@ struct TOOL_BINDING_EXPORT ParamSpec {
   // enumeration, {{"minLength", 1}} say. No item is checked against it.
   Mapping items_schema = {};
   // A kind of value in place of the type: it reads the value, and the enumeration is not consulted.
-  // A number that it returns is brought within the bounds: an integer as an integer, a float as a
-  // float unless `type` is "integer". Null: one of the five types.
+  // A number that it returns is brought within the bounds as a float, or as an integer where `type`
+  // is "integer". Null: one of the five types.
   std::shared_ptr<const CustomType> custom = {};
 
   // Whether a request that runs `action` (nothing: a tool without actions) needs the parameter.
