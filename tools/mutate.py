@@ -44,7 +44,7 @@ MUTATIONS = [
     ("tool_binding.cpp", "' was left out: '", "' was dropped: '"),
     ("tool_binding.cpp", "} else if (alias_hit) {", "} else if (false) {"),
     ("tool_binding.cpp", "*bit == 0 || *bit == 1", "*bit >= 0"),
-    ("registry/tool_index.hpp", "NEAR_NAME_CUTOFF_ = 0.6", "NEAR_NAME_CUTOFF_ = 0.61"),
+    ("text/similarity.hpp", "NEAR_NAME_CUTOFF_ = 0.6", "NEAR_NAME_CUTOFF_ = 0.61"),
     ("registry/tool_registry.cpp", "if (trimmed(entry) == entry) add_position", "add_position"),
     ("registry/tool_registry.cpp", "tool.defaults.contains(ACTION_PARAM)", "tool.binds_action"),
     ("schemas/effective_action.cpp", "given->is_none() || ", ""),
