@@ -6,33 +6,9 @@
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"
 #include "tests/rapidjson_reading.hpp"
-#include "tool_binding/value_events.hpp"
 
 namespace tool_binding {
 namespace {
-
-// Copies a value, each leaf and key as `form` says.
-template <class Form>
-struct Copy : ValueBuilder {
-  explicit Copy(const Form& leaf_form) : form(leaf_form) {}
-  void key(const Value& key) { ValueBuilder::key(text_form(key)); }
-  void leaf(const Value& value) { ValueBuilder::leaf(form(value)); }
-  const Form& form;
-};
-
-template <class Form>
-Value copied(const Value& value, const Form& form) {
-  Copy<Form> copy(form);
-  visit_events(value, copy);
-  check(copy.depth() == 0, "all is closed", value);
-  return copy.take();
-}
-
-// As JSON can say it.
-Value as_json(const Value& value) {
-  if (value.is_object()) return display_form(value);
-  return value.is_float() && !std::isfinite(value.get_float()) ? Value() : value;
-}
 
 std::optional<Value> parsed(std::string_view text) {
   try {
@@ -69,8 +45,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::optional<Value> value = parsed(text);
   compare_readers(text, value);
   if (value) compare_again(*value);
-  if (!is_made || text.find("\\ud") != text.npos) return 0;
-  check(value.has_value(), "a value has a JSON text", text);
-  check(display_form(*value) == display_form(copied(made, as_json)), "kept", text, made);
+  check(value || !is_made || text.find("\\ud") != text.npos, "a value has a JSON text", text);
   return 0;
 }

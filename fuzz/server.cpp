@@ -147,11 +147,6 @@ class Conversation {
     check(is_object_with(answer, "jsonrpc"), "an answer is an object", answer);
     const Mapping& members = answer.get_mapping();
     check(members.contains("result") != members.contains("error"), "result or error", answer);
-    if (const Value* error = members.find("error")) {
-      check(error->as_mapping().at("code").is_integer() &&
-                error->as_mapping().at("message").is_text(),
-            "an error's members", answer);
-    }
     if (const Value* id = members.find("id")) ++by_id_[json_text(*id)].answers;
     if (const Value* result = members.find("result")) {
       const Value* revision = result->as_mapping().find("protocolVersion");

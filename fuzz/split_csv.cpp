@@ -1,12 +1,16 @@
-// Lists in text against a plain reading of their rules, which takes its time.
+// Lists in text against a plain reading of their rules, which takes its time: a literal is
+// translated to JSON, token by token, for RapidJSON to read.
 
+#include <cmath>
 #include <cstdlib>
+#include <map>
 #include <optional>
 #include <regex>
 #include <stdexcept>
 
 #include "fuzz/bytes.hpp"
 #include "fuzz/check.hpp"
+#include "tests/rapidjson_reading.hpp"
 #include "tool_binding/utils/text_values.hpp"
 #include "unicode/utf8.hpp"
 
@@ -14,150 +18,105 @@ namespace tool_binding {
 namespace {
 
 struct NoLiteral {};
+struct NoOpinion {};
 
-const std::regex word_form("[A-Za-z_][A-Za-z_0-9]*");
-const std::regex number_form("-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][-+]?[0-9]+)?");
-const std::regex escape_form(R"(\\(x[0-9a-fA-F]{2}|u[0-9a-fA-F]{4}|U[0-9a-fA-F]{8}))");
-const std::regex low_form(R"(\\u[dD][c-fC-F][0-9a-fA-F]{2})");
+const std::string space = R"([ \t\r\n]*)";
+const std::string word = R"([A-Za-z_]\w*)";
+const std::string number = R"(-?(?:0|[1-9]\d*)(?:\.\d+)?(?:[eE][-+]?\d+)?)";
+enum Token { bare_key = 1, constant, numeral, quotation, opener, comma, closer, mark };
+const std::regex token_form(space + "(?:(" + word + "|" + number + ")(?=" + space + ":)|(" + word +
+                            ")|(" + number + R"()|("(?:\\.|[^"\\])*"|'(?:\\.|[^'\\])*'))" +
+                            R"(|([\[{(])|(,?))" + space + R"(([\]})])|([,:])))");
+const std::regex character_form(R"(\\x([0-9a-fA-F]{2})|\\U([0-9a-fA-F]{8})|\\.|[^\\])");
 
-// Reads a literal by recursion, with a copy of the rest of the text for each token.
-class PlainLiteral {
- public:
-  explicit PlainLiteral(std::string text) : rest_(std::move(text)) {}
+// What JSON, as RapidJSON reads it, has no number for: an infinity.
+std::string json_number(const std::string& digits) {
+  if (std::isinf(std::strtod(digits.c_str(), nullptr))) throw NoOpinion();
+  return digits;
+}
 
-  Value whole() {
-    Value value = read(1);
-    if (next() != '\0') throw NoLiteral();
-    if (deepest_ > 128) throw std::invalid_argument("deep");
-    return value;
+std::string json_constant(const std::string& word_of_any) {
+  static const std::map<std::string, std::string> constants = {
+      {"null", "null"}, {"None", "null"},   {"true", "true"},
+      {"True", "true"}, {"false", "false"}, {"False", "false"}};
+  const auto found = constants.find(word_of_any);
+  if (found == constants.end()) throw NoLiteral();
+  return found->second;
+}
+
+std::string json_string(const std::string& quotation) {
+  static const std::map<std::string, std::string> others = {
+      {"\"", "\\\""}, {"\\'", "'"}, {"\\a", "\\u0007"}, {"\\v", "\\u000b"}};
+  std::string json = "\"";
+  std::sregex_iterator each(quotation.begin() + 1, quotation.end() - 1, character_form);
+  for (; each != std::sregex_iterator(); ++each) {
+    const std::string hex = (*each)[1].str() + (*each)[2].str();
+    const auto code = static_cast<char32_t>(hex.empty() ? 0 : std::stoul(hex, nullptr, 16));
+    if ((code >= 0xD800 && code <= 0xDFFF) || code > 0x10FFFF) throw NoLiteral();
+    if (code > 0xFFFF) {
+      append_utf8(json, code);
+    } else if (!hex.empty()) {
+      json += "\\u" + ("00" + hex).substr(hex.size() - 2);
+    } else {
+      const auto other = others.find(each->str());
+      json += other == others.end() ? each->str() : other->second;
+    }
   }
+  return json + '"';
+}
+
+// A literal in JSON, and how deep it is nested.
+class Translation {
+ public:
+  explicit Translation(const std::string& literal) {
+    std::smatch token;
+    for (auto at = literal.begin(); at != literal.end(); at = token[0].second) {
+      const auto from_here = std::regex_constants::match_continuous;
+      const bool is_token = std::regex_search(at, literal.end(), token, token_form, from_here);
+      if (!is_token) throw NoLiteral();
+      take(token);
+      json += ' ';
+    }
+  }
+
+  std::string json;
+  std::size_t depth = 0;
 
  private:
-  Value read(std::size_t depth) {
-    const char first = next();
-    if (depth == 1 && first != '[' && first != '{') throw NoLiteral();
-    if (first == '"' || first == '\'') return string();
-    if (first == '(') return list(')', depth);
-    if (first == '[') return list(']', depth);
-    if (first == '{') return object(depth);
-    for (const auto& [word, value] : Mapping{{"null", {}},
-                                             {"None", {}},
-                                             {"true", true},
-                                             {"True", true},
-                                             {"false", false},
-                                             {"False", false}}) {
-      if (took(std::string(word))) return value;
-    }
-    return number();
+  void take(const std::smatch& token) {
+    if (token[bare_key].matched) json += '"' + token[bare_key].str() + '"';
+    if (token[constant].matched) json += json_constant(token[constant]);
+    if (token[numeral].matched) json += json_number(token[numeral]);
+    if (token[quotation].matched) json += json_string(token[quotation]);
+    if (token[opener].matched) open(token[opener].str()[0]);
+    if (token[closer].matched) close(token[closer].str()[0], token[comma].length() > 0);
+    json += token[mark].str();
   }
 
-  Value list(char closer, std::size_t depth) {
-    deepest_ = std::max(deepest_, depth);
-    rest_.erase(0, 1);
-    List items;
-    while (next() != closer) {
-      if (!items.empty()) expect(",");
-      if (!items.empty() && next() == closer) break;
-      items.push_back(read(depth + 1));
-    }
-    rest_.erase(0, 1);
-    return items;
+  void open(char bracket) {
+    if (json.empty() && bracket == '(') throw NoLiteral();
+    closers_ += bracket == '[' ? ']' : bracket == '{' ? '}' : ')';
+    depth = std::max(depth, closers_.size());
+    json += bracket == '{' ? '{' : '[';
+  }
+  void close(char bracket, bool behind_comma) {
+    if (!closers_.ends_with(bracket)) throw NoLiteral();
+    if (behind_comma && (json.ends_with("[ ") || json.ends_with("{ "))) throw NoLiteral();
+    closers_.pop_back();
+    json += bracket == '}' ? '}' : ']';
   }
 
-  Value object(std::size_t depth) {
-    deepest_ = std::max(deepest_, depth);
-    rest_.erase(0, 1);
-    Mapping members;
-    while (next() != '}') {
-      if (!members.empty()) expect(",");
-      if (!members.empty() && next() == '}') break;
-      const bool is_quoted = next() == '"' || next() == '\'';
-      std::string key = is_quoted ? string() : match(word_form);
-      if (key.empty() && !is_quoted) key = match(number_form);
-      if (key.empty() && !is_quoted) throw NoLiteral();
-      expect(":");
-      members.set(key, read(depth + 1));
-    }
-    rest_.erase(0, 1);
-    return members;
-  }
-
-  Value number() {
-    const std::string digits = match(number_form);
-    if (digits.empty()) throw NoLiteral();
-    if (digits.find_first_of(".eE") == digits.npos) return Value::integer_of(digits);
-    return std::strtod(digits.c_str(), nullptr);
-  }
-
-  std::string string() {
-    const char quote = next();
-    rest_.erase(0, 1);
-    std::string made;
-    while (!took(std::string(1, quote))) {
-      if (rest_.empty() || static_cast<unsigned char>(rest_[0]) < 0x20) throw NoLiteral();
-      const CodePoint head = first_code_point(rest_);
-      if (is_surrogate(head.value)) throw NoLiteral();
-      if (head.value == '\\') {
-        append_utf8(made, escape());
-      } else {
-        made += rest_.substr(0, head.size);
-        rest_.erase(0, head.size);
-      }
-    }
-    return made;
-  }
-
-  char32_t escape() {
-    static constexpr std::string_view letters = "\"\\/bfnrt'av";
-    static constexpr std::string_view meanings = "\"\\/\b\f\n\r\t'\a\v";
-    const std::size_t found = letters.find(rest_.size() > 1 ? rest_[1] : '\0');
-    if (found != letters.npos) {
-      rest_.erase(0, 2);
-      return static_cast<char32_t>(meanings[found]);
-    }
-    const std::string hex = match(escape_form);
-    if (hex.empty()) throw NoLiteral();
-    auto unit = static_cast<char32_t>(std::stoul(hex.substr(2), nullptr, 16));
-    if (hex[1] == 'u' && unit >= 0xD800 && unit < 0xDC00) {
-      const std::string low = match(low_form);
-      if (low.empty()) throw NoLiteral();
-      unit = 0x10000 + (unit - 0xD800) * 0x400 +
-             (static_cast<char32_t>(std::stoul(low.substr(2), nullptr, 16)) - 0xDC00);
-    }
-    if (is_surrogate(unit) || unit > 0x10FFFF) throw NoLiteral();
-    return unit;
-  }
-
-  static bool is_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
-
-  // The first character that is not white space, which is removed; zero at the end.
-  char next() {
-    while (!rest_.empty() && std::string_view(" \t\r\n").find(rest_[0]) != rest_.npos) {
-      rest_.erase(0, 1);
-    }
-    if (rest_.starts_with('\0')) throw NoLiteral();
-    return rest_.empty() ? '\0' : rest_[0];
-  }
-  bool took(const std::string& token) {
-    if (!rest_.starts_with(token)) return false;
-    rest_.erase(0, token.size());
-    return true;
-  }
-  void expect(const std::string& token) {
-    next();
-    if (!took(token)) throw NoLiteral();
-  }
-  std::string match(const std::regex& form) {
-    std::smatch found;
-    if (!std::regex_search(rest_, found, form, std::regex_constants::match_continuous)) return "";
-    const std::string matched = found[0];
-    rest_.erase(0, matched.size());
-    return matched;
-  }
-
-  std::string rest_;
-  std::size_t deepest_ = 0;
+  std::string closers_;
 };
+
+Value plain_literal(const std::string& text) {
+  const Translation literal(text);
+  const auto [is_known, value] = rapidjson_reading(literal.json);
+  if (!is_known) throw NoOpinion();
+  if (!value || !(value->is_list() || value->is_mapping())) throw NoLiteral();
+  if (literal.depth > 128) throw std::invalid_argument("deep");
+  return *value;
+}
 
 // What an item's opening quote begins: what the quotes enclose, and what is behind them.
 struct Quoted {
@@ -234,7 +193,7 @@ Items plain_items(std::string_view text) {
 List plainly_split(std::string_view text) {
   text = plainly_trimmed(text);
   try {
-    Value literal = PlainLiteral(std::string(text)).whole();
+    Value literal = plain_literal(std::string(text));
     if (literal.is_list()) return std::move(literal).as_list();
     throw std::invalid_argument("object");
   } catch (const NoLiteral&) {
@@ -265,7 +224,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text = Bytes(data, size).take_rest();
   if (text.size() > 400) return 0;  // the plain reading takes cubic time
   const std::string ours = shown(split_csv, text);
-  const std::string expected = shown(plainly_split, text);
-  check(ours == expected, "list", text, ours, expected);
+  try {
+    const std::string expected = shown(plainly_split, text);
+    check(ours == expected, "list", text, ours, expected);
+  } catch (const NoOpinion&) {
+  }
   return 0;
 }

@@ -25,8 +25,6 @@ TEST(ParseJson, ReadsEveryKindExactly) {
     Value value;
   } cases[] = {
       {"\xef\xbb\xbf[]", List()},  // byte order mark
-      {nines, Value::integer_of(nines)},
-      {"[-" + nines + " ,1]", List{Value::integer_of("-" + nines), 1}},
       {nines + "e-399", 10.0},
       {"0." + std::string(400, '0') + "1e401", 1.0},
       {R"("\"\\\/\b\f\n\r\t\u00e9\ud83d\ude00")", "\"\\/\b\f\n\r\t\u00e9\U0001f600"},
@@ -68,14 +66,9 @@ TEST(ParseJson, SaysWhatIsWrongAndWhere) {
   expect_error("\"\xc3\xa9\xc0\xaf\"", 4,
                "invalid string: ill-formed UTF-8 byte 0xc0");  // overlong
   const std::string nines(400, '9');
-  // Numbers of any length leave the position right, and a message short.
-  for (const std::string& text : {"[" + nines + ", x]", "[" + nines + " x]"}) {
-    try {
-      ADD_FAILURE() << display_form(parse_json(text));
-    } catch (const JsonError& error) {
-      EXPECT_EQ(error.byte(), text.find('x') + 1);
-    }
-  }
+  // Numbers of any length leave the position right.
+  expect_error("[" + nines + ", x]", 404, "unexpected 'x'; expected a value");
+  expect_error("[" + nines + " x]", 403, "unexpected 'x'; expected ',' or ']'");
   EXPECT_THROW((void)parse_json(nines + "." + nines), JsonError);
   EXPECT_EQ(parse_json("[1]", {.bytes = 3}), Value(List{1}));
   try {
@@ -143,17 +136,13 @@ TEST(JsonText, EscapesExactlyWhatIsNoUtf8) {
 TEST(Json, DepthAndLengthAreBoundedByMemoryAlone) {
   const std::size_t depth = 1'000'000;
   const std::string lists = std::string(depth, '[') + std::string(depth, ']');
-  const Value nested = parse_json(lists);
-  EXPECT_EQ(json_text(nested), lists);
-
   std::string mappings;
   for (std::size_t i = 0; i < depth; ++i) mappings += "{\"a\": ";
   mappings += "1" + std::string(depth, '}');
-  const Value nested_mappings = parse_json(mappings);
-  EXPECT_EQ(json_text(nested_mappings), mappings);
-
-  const std::string digits(depth, '7');
-  EXPECT_EQ(json_text(parse_json("[" + digits + "]")), "[" + digits + "]");
+  const std::string digits = "[" + std::string(depth, '7') + "]";
+  for (const std::string& text : {lists, mappings, digits}) {
+    EXPECT_EQ(json_text(parse_json(text)), text);
+  }
   EXPECT_THROW((void)parse_json(std::string(depth, '[')), JsonError);
 
   Mapping wide;

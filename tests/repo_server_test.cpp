@@ -14,6 +14,8 @@
 #include <thread>
 
 #include "root.hpp"
+#include "test_data.hpp"
+#include "tool_binding/json.hpp"
 #include "tool_binding/tool_service.hpp"
 #include "tools.hpp"
 
@@ -70,24 +72,27 @@ class RepoServer : public testing::Test {
   std::unique_ptr<tool_binding::ToolService> service_;
 };
 
-TEST_F(RepoServer, ListsReadsAndDescribes) {
-  EXPECT_EQ(text("files", {}),
-            "-rf\nbinary\ninside\n'line\\nbreak'\nnotes.txt\nsrc/\nup\nway_out\n");
-  EXPECT_EQ(text("files", {{"action", "cat"}, {"file", "notes.txt"}, {"start", 2}, {"limit", "2"}}),
-            "two\nthree\n[there is more: send 'start' 4]\n");
-  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "inside"}}), "one\ntwo\nthree\nfour\n");
-  EXPECT_EQ(text("files", {{"action", "stat"}, {"path", "src"}}).substr(0, 14), "src: directory");
-  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "binary"}}),
-            "binary is binary: it is not shown.");
-  EXPECT_EQ(call("files", {{"action", "read"}}).outcome, Outcome::refused);
+// Every case of repo_server_cases.txt, which says how it is laid out.
+TEST_F(RepoServer, AnswersWithinItsRootAndLimits) {
   ASSERT_EQ(mkfifo((root_ / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "pipe"}}),
-            "pipe is neither a file nor a directory.");
-  EXPECT_EQ(text("files", {{"action", "read"}, {"path", "notes.txt"}, {"start", 9}}),
-            "[the file has 4 lines]\n");
   write(root_ / "large", std::string(2 << 20, 'x'));
-  EXPECT_NE(text("files", {{"action", "read"}, {"path", "large"}}).find("2097152 bytes"),
-            std::string::npos);
+  write(root_ / "dos", "first\r\nlast\r\n");
+  write(root_ / "hostile", std::string(500'000, 'a') + "b\n");
+  for (const tool_binding::DataCase& c : tool_binding::data_cases("repo_server_cases.txt")) {
+    SCOPED_TRACE(c.lines[0]);
+    const std::string tool = c.lines[0].substr(0, c.lines[0].find(' '));
+    const std::string arguments = c.lines[0].substr(tool.size());
+    const ToolAnswer answer = call(tool, tool_binding::parse_json(arguments).as_mapping());
+    std::string shown = answer.outcome == Outcome::failed    ? "failed: "
+                        : answer.outcome == Outcome::refused ? "refused: "
+                                                             : "";
+    shown += answer.text();
+    if (shown.ends_with('\n')) shown.pop_back();
+    EXPECT_EQ(shown, c.text(1));
+  }
+  EXPECT_EQ(text("files", {{"action", "stat"}, {"path", "src"}}).substr(0, 14), "src: directory");
+  EXPECT_EQ(text("search", {{"q", "two"}, {"path", "notes.txt"}}), "notes.txt:2:two\n");
+  EXPECT_EQ(call("search", {{"query", "("}, {"mode", "regex"}}).outcome, Outcome::failed);
 }
 
 TEST_F(RepoServer, NoPathLeavesTheRoot) {
@@ -132,28 +137,7 @@ TEST_F(RepoServer, NoLinkMadeMeanwhileLeavesTheRoot) {
   turner.join();
 }
 
-TEST_F(RepoServer, SearchesTextWithinItsLimits) {
-  EXPECT_EQ(text("search", {{"q", "answer"}}),
-            "-rf:1:answer\n'line\\nbreak':1:answer\nsrc/main.cpp:2:  return answer;\n"
-            "[passed over 1, binary, larger than 1 MiB or not readable: binary]\n");
-  EXPECT_EQ(text("search", {{"query", "RET.RN"},
-                            {"mode", "regex"},
-                            {"case_sensitive", "no"},
-                            {"glob", "src/**/*.{cpp,hpp}, *.none"},
-                            {"context", 1}}),
-            "src/main.cpp-1-int main() {\nsrc/main.cpp:2:  return answer;\nsrc/main.cpp-3-}\n");
-  EXPECT_EQ(text("search", {{"query", "o"}, {"path", "notes.txt"}, {"limit", 1}}),
-            "notes.txt:1:one\n[stopped short: the limit is reached]\n");
-  EXPECT_EQ(call("search", {{"query", "("}, {"mode", "regex"}}).outcome, Outcome::failed);
-  EXPECT_EQ(call("search", {{"query", "x"}, {"path", "missing"}}).outcome, Outcome::failed);
-  EXPECT_EQ(call("search", {{"query", "a\nb"}}).outcome, Outcome::failed);
-  write(root_ / "dos", "first\r\nlast\r\n");
-  EXPECT_EQ(text("search", {{"query", "t$"}, {"mode", "regex"}, {"path", "dos"}}),
-            "dos:1:first\ndos:2:last\n");
-  write(root_ / "hostile", std::string(500'000, 'a') + "b\n");
-  EXPECT_EQ(text("search", {{"query", "(a*)*(a|aa)+c$"}, {"mode", "regex"}, {"path", "hostile"}})
-                .substr(0, 15),
-            "No line matches");
+TEST_F(RepoServer, EndsASearchThatIsCancelled) {
   std::stop_source stop;
   stop.request_stop();
   EXPECT_NE(service_->call("search", {{"query", "answer"}}, {.stop = stop.get_token()})

@@ -4,6 +4,7 @@
 // The files of test data in this directory: paragraphs of lines, where a # starts a comment.
 
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ struct DataCase {
   Lines lines;
 };
 
-// Throws std::ios::failure where there is no such file.
+// At least one. Throws std::ios::failure where there is no such file.
 inline std::vector<DataCase> data_cases(const std::string& name) {
   std::ifstream in;
   in.exceptions(std::ios::failbit);
@@ -43,6 +44,7 @@ inline std::vector<DataCase> data_cases(const std::string& name) {
       next.lines.clear();
     }
   }
+  if (cases.empty()) throw std::length_error(name + " has no case");
   return cases;
 }
 

@@ -11,8 +11,25 @@
 namespace tool_binding {
 namespace {
 
+// What the work gives on each of so many threads, by their numbers. Nothing is atomic but the
+// start: more would order what could race.
+template <class Work>
+auto results_of_threads(std::size_t count, const Work& work) {
+  std::vector<decltype(work(0))> results(count);
+  std::latch start(static_cast<std::ptrdiff_t>(count));
+  {
+    std::vector<std::jthread> threads;
+    for (std::size_t t = 0; t < count; ++t) {
+      threads.emplace_back([&, t] {
+        start.arrive_and_wait();
+        results[t] = work(t);
+      });
+    }
+  }
+  return results;
+}
+
 TEST(Threads, GetTheAnswersOfOneThread) {
-  constexpr int rounds = 20;
   set_tools(sample_tools());
   const std::vector<Request> requests = sample_requests();
   const std::string definition = json_text(publish_tools(TOOLS));
@@ -25,25 +42,14 @@ TEST(Threads, GetTheAnswersOfOneThread) {
     all.back() = json_text(publish_tools(read));
     return all;
   };
-  // Nothing is atomic but the start: more would order what could race.
-  std::vector<std::vector<std::string>> first_answers(8);
-  std::vector<int> changed(first_answers.size());
-  std::latch start(8);
-  {
-    std::vector<std::jthread> threads;
-    for (std::size_t t = 0; t < first_answers.size(); ++t) {
-      threads.emplace_back([&, t] {
-        start.arrive_and_wait();
-        first_answers[t] = answers(t);
-        for (int i = 0; i < rounds; ++i) changed[t] += answers(t) != first_answers[t] ? 1 : 0;
-      });
-    }
-  }
+  const auto results = results_of_threads(8, [&](std::size_t t) {
+    const std::vector<std::string> first_answers = answers(t);
+    int changed = 0;
+    for (int i = 0; i < 20; ++i) changed += answers(t) != first_answers ? 1 : 0;
+    return std::pair(first_answers, changed);
+  });
   const std::vector<std::string> alone = answers(0);
-  for (std::size_t t = 0; t < first_answers.size(); ++t) {
-    EXPECT_EQ(first_answers[t], alone);
-    EXPECT_EQ(changed[t], 0);
-  }
+  for (const auto& result : results) EXPECT_EQ(result, std::pair(alone, 0));
 }
 
 TEST(Threads, CallOneService) {
@@ -53,17 +59,11 @@ TEST(Threads, CallOneService) {
     for (const auto& [tool, arguments] : sample_calls()) all += shown(copy.call(tool, arguments));
     return all + json_text(copy.wire_tools());
   };
-  std::vector<std::string> found(4);
-  std::latch start(4);
-  {
-    std::vector<std::jthread> threads;
-    for (std::string& mine : found) {
-      threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (int i = 0; i < 50; ++i) mine = answers();
-      });
-    }
-  }
+  const auto found = results_of_threads(4, [&](std::size_t) {
+    std::string last;
+    for (int i = 0; i < 50; ++i) last = answers();
+    return last;
+  });
   for (const std::string& each : found) EXPECT_EQ(each, answers());
 }
 

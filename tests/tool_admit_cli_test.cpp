@@ -83,6 +83,8 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
       "echo '{\"tool\": \"status\"}' | gzip >>cut.gz; truncate -s -9 cut.gz");
   write("broken.json", "[\n  {'name': 1}]");
   write("admitted", "\n \t\r\n{\"tool\": \"t\", \"arguments\": {\"a\": \"5\"}}");
+  const std::string deep = std::string(1'000'000, '[') + std::string(1'000'000, ']');
+  write("deep", R"({"tool": "list_files", "arguments": {"paths": [)" + deep + "]}}");
   write("refused", "{\"tool\": \"t\"}\nx\n{\"tool\": \"v\"}\n");
   const std::vector<DataCase> cases = data_cases("tool_admit_cli_cases.txt");
   for (const DataCase& c : cases) {
@@ -92,12 +94,14 @@ TEST_F(ToolAdmit, ExitStatusAndStreams) {
     expect_part(outcome.out, part_behind('>', c.lines));
     expect_part(outcome.err, part_behind('!', c.lines));
   }
-  EXPECT_EQ(cases.size(), 52U);
+  EXPECT_EQ(cases.size(), 53U);
 }
 
 TEST_F(ToolAdmit, ServesItsOwnSchemaLikeTheBuiltInTools) {
   write("tools.json", run("--schema").out);
-  EXPECT_EQ(run("--tools tools.json --schema").out, read("tools.json"));
+  const Outcome again = run("--tools tools.json --schema");
+  EXPECT_EQ(again.out, read("tools.json"));
+  EXPECT_EQ(again.err, "");  // not a warning
   const Outcome builtin = run("'" TOOL_ADMIT_REQUESTS "'");
   EXPECT_EQ(builtin.status, 1);
   EXPECT_EQ(builtin.err, "");

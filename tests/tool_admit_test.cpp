@@ -9,7 +9,7 @@
 #include "print_values.hpp"
 #include "test_data.hpp"
 #include "tool_binding/json.hpp"
-#include "tool_binding/tool_schemas.hpp"
+#include "tool_binding/tool_registry.hpp"
 
 namespace tool_binding::tool_admit {
 namespace {
@@ -36,15 +36,13 @@ class AnswerLine : public testing::Test {
 
 // Every case of tool_admit_cases.txt, which says how it is laid out.
 TEST_F(AnswerLine, IsAsWritten) {
-  const std::vector<DataCase> cases = data_cases("tool_admit_cases.txt");
-  for (const DataCase& c : cases) {
+  for (const DataCase& c : data_cases("tool_admit_cases.txt")) {
     SCOPED_TRACE(c.lines[0]);
     const Answer answer = answer_line(c.lines[0], c.section[0] == "== --display");
     const std::string expected = c.text(1);
     EXPECT_EQ(answer.line, expected);
     EXPECT_EQ(answer.is_admitted, expected.find("\"error\": {\"type\"") == expected.npos);
   }
-  EXPECT_GT(cases.size(), 10U);
 }
 
 TEST_F(AnswerLine, AnswersFaultsOfTheRegistry) {
@@ -78,25 +76,6 @@ TEST_F(AnswerLine, EveryLineHasAnAnswerOfOneLine) {
     admitted += answer.is_admitted ? 1 : 0;
   }
   EXPECT_GT(admitted, 100);
-}
-
-TEST_F(AnswerLine, DeepNestingIsAnswered) {
-  const std::size_t depth = 1'000'000;
-  const std::string nested = std::string(depth, '[') + std::string(depth, ']');
-  const Answer admitted =
-      answer_line(R"({"tool": "list_files", "arguments": {"paths": [)" + nested + "]}}", false);
-  EXPECT_TRUE(admitted.is_admitted);
-  EXPECT_GT(admitted.line.size(), 4 * depth);
-  const Answer refused =
-      answer_line(R"({"tool": "list_files", "arguments": {"glob": )" + nested + "}}", false);
-  EXPECT_FALSE(refused.is_admitted);
-  EXPECT_TRUE(refused.line.ends_with("must be text, not " + nested + "\"}}"));
-}
-
-TEST(BuiltinTools, ReadBackFromTheirSchemaWithoutADoubt) {
-  const ToolsReading reading = read_tools(publish_tools(builtin_tools()));
-  EXPECT_TRUE(reading.errors.empty() && reading.warnings.empty());
-  EXPECT_EQ(ToolTable(reading.tools), builtin_tools());
 }
 
 }  // namespace

@@ -80,8 +80,6 @@ TEST(ToolSpec, IsEqualByItsDefinition) {
   EXPECT_EQ(tool, ToolSpec(definition));
   EXPECT_NE(tool, changed([](auto& d) { d.description = "x"; }));
   EXPECT_NE(tool, changed([](auto& d) { d.routing = false; }));
-  EXPECT_NE(tool, changed([](auto& d) { d.default_action = "go"; }));
-  EXPECT_NE(tool, changed([](auto& d) { d.actions = {"go"}; }));
   EXPECT_NE(tool, changed([](auto& d) { d.params[0].description = "x"; }));
   EXPECT_NE(tool, changed([](auto& d) { d.params[0].custom = any_type(); }));
   const auto with = [&changed](auto custom) {
@@ -89,15 +87,6 @@ TEST(ToolSpec, IsEqualByItsDefinition) {
   };
   EXPECT_EQ(with(one_of({1, 2})), with(one_of({1, 2})));
   EXPECT_NE(with(one_of({1, 2})), with(one_of({1, 3})));
-}
-
-TEST(ParamSpec, IsRequiredAlwaysOrForItsActions) {
-  const ToolSpec tool = tickets();
-  const ParamSpec& id = *tool.param("id");
-  EXPECT_TRUE(id.required_by("Open"));
-  EXPECT_FALSE(id.required_by("open"));
-  EXPECT_FALSE(id.required_by(std::nullopt));
-  EXPECT_TRUE(tool.param("state")->required_by(std::nullopt));
 }
 
 TEST(ToolTable, KeepsOrderAndNamesWhatIsUnknown) {
@@ -115,32 +104,6 @@ TEST(ToolTable, KeepsOrderAndNamesWhatIsUnknown) {
   }
   specs.push_back(ToolSpec({.name = "tool7"}));
   EXPECT_THROW(static_cast<void>(ToolTable(specs)), std::invalid_argument);
-}
-
-TEST(EffectiveAction, IsTheNamedOneElseTheDefault) {
-  set_tools(ToolTable({tickets(), ToolSpec({.name = "bare", .actions = {{"go", {}}}}),
-                       ToolSpec({.name = "status"})}));
-  const struct {
-    const char* tool;
-    Mapping arguments;
-    Value action;
-  } cases[] = {
-      {"tickets", {}, "list"},
-      {"tickets", {{"action", Value()}}, "list"},
-      {"tickets", {{"action", " \u3000"}}, "list"},
-      {"tickets", {{"action", " OPEN "}}, "Open"},
-      {"tickets", {{"action", "ls"}}, "list"},
-      {"tickets", {{"action", "close"}}, Value()},
-      {"tickets", {{"action", 5}}, Value()},
-      {"bare", {}, Value()},
-      {"bare", {{"action", "go"}}, "go"},
-      {"status", {}, Value()},
-      {"unknown", {}, Value()},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(effective_action(c.tool, c.arguments), c.action)
-        << c.tool << display_form(c.arguments);
-  }
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <limits>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,8 +24,7 @@ Lines problems_of(const ToolProblems& reading) {
 }
 
 TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
-  const std::vector<DataCase> cases = data_cases("schema_problems.txt");
-  for (const DataCase& c : cases) {
+  for (const DataCase& c : data_cases("schema_problems.txt")) {
     SCOPED_TRACE(c.lines[0]);
     std::string tools = c.section.at(1);
     tools.replace(tools.find('@'), 1, c.lines[0]);
@@ -37,7 +35,6 @@ TEST(ReadTools, TellsEveryProblemOfPublishedTools) {
     EXPECT_EQ(problems_of(reading), problems);
     EXPECT_EQ(reading.tools.empty(), !reading.errors.empty());
   }
-  EXPECT_GT(cases.size(), 70U);
 }
 
 // What published_tools.txt has under this title.
@@ -48,30 +45,7 @@ Value published_as(const std::string& title) {
   throw std::out_of_range(title);
 }
 
-ToolTable sample_tools() {
-  return ToolTable(
-      {ToolSpec({.name = "file",
-                 .description = "Files.",
-                 .actions = {{"read", {"cat"}}, {"write"}},
-                 .params = {{.name = "path", .synonyms = {"file", "name"}, .required = true},
-                            {.name = "lines",
-                             .type = "integer",
-                             .minimum = 1,
-                             .maximum = 2.5,
-                             .default_ = 2,
-                             .action_defaults = {{"read", Value()}, {"write", 1}}},
-                            {.name = "text", .blank_is_value = true, .required_for = {"write"}},
-                            {.name = "flags",
-                             .type = "array",
-                             .items_type = "string",
-                             .enum_ = {"a", "b"},
-                             .default_ = List{"a"},
-                             .description = "d"}},
-                 .default_action = "read"}),
-       ToolSpec(
-           {.name = "run", .actions = {{"now"}}, .params = {{.name = "at", .type = "number"}}}),
-       ToolSpec({.name = "status"})});
-}
+ToolTable sample_tools() { return ToolTable(read_tools(published_as("AreFlatSchemas")).tools); }
 
 TEST(PublishedTools, AreFlatSchemas) {
   EXPECT_EQ(publish_tools(sample_tools()), published_as("AreFlatSchemas"));
@@ -210,31 +184,9 @@ TEST(ReadTools, TakesAnyValueAnywhere) {
 // What clients are shown.
 
 TEST(WireSchema, SaysInSentencesWhatNoPlainKeywordCan) {
-  const auto log = std::make_shared<const CustomType>(
-      CustomType{.words = "a filter",
-                 .read = [](const Value& sent) { return std::optional(sent); },
-                 .schema = parse_json(R"({"type": "object", "$schema": "s", "x-a": 1,
-          "properties": {"x-kept": {"type": "string", "x-b": 2}}, "default": {"x-kept": 3},
-          "anyOf": [{"x-c": {"x-d": 4}, "items": {"x-e": 5, "const": {"x-kept": 6}}}]})")
-                               .as_mapping()});
-  const ToolSpec tool({.name = "branches",
-                       .description = "Branches.",
-                       .actions = {{"list", {"ls"}}, {"create"}, {"rename"}},
-                       .params = {{.name = "name",
-                                   .synonyms = {"n"},
-                                   .blank_is_value = true,
-                                   .required_for = {"create", "rename"},
-                                   .description = "The branch"},
-                                  {.name = "all",
-                                   .type = "boolean",
-                                   .default_ = true,
-                                   .action_defaults = {{"list", false}, {"create", Value()}},
-                                   .description = "Of all remotes."},
-                                  {.name = "limit", .type = "integer", .minimum = 1, .default_ = 9},
-                                  {.name = "x-filter", .custom = log}},
-                       .default_action = "list",
-                       .routing = false});
-  EXPECT_EQ(Value(wire_schema(tool)), published_as("SaysInSentencesWhatNoPlainKeywordCan"));
+  const std::string title = "SaysInSentencesWhatNoPlainKeywordCan";
+  const ToolSpec tool = read_tools(published_as(title)).tools.at(0);
+  EXPECT_EQ(Value(wire_schema(tool)), published_as(title + ", to clients"));
   const Mapping strict =
       wire_schema(tool, {.forbids_additional_properties = true, .defaults = false});
   EXPECT_EQ(strict.at("additionalProperties"), Value(false));

@@ -104,8 +104,7 @@ TEST(ToolService, AnswersWhateverComes) {
                          std::string(fault.text) + "'");
         throw std::runtime_error("dropped");
       }});
-  const std::vector<DataCase> cases = data_cases("service_cases.txt");
-  for (const DataCase& c : cases) {
+  for (const DataCase& c : data_cases("service_cases.txt")) {
     SCOPED_TRACE(c.lines[0]);
     const std::string tool = c.lines[0].substr(0, c.lines[0].find(' '));
     const Mapping arguments = parse_json(c.lines[0].substr(tool.size())).as_mapping();
@@ -122,16 +121,11 @@ TEST(ToolService, AnswersWhateverComes) {
       EXPECT_TRUE(moving || given == arguments);
     }
   }
-  EXPECT_GT(cases.size(), 15U);
   EXPECT_EQ(service.call("answer", {}).content.size(), 2U);
 }
 
 TEST(ToolService, RefusesWhatAdmissionThrows) {
   const ToolService service(sample_tools(), sample_context());
-  const Value huge = Value::integer_of(std::string(400, '9'));
-  const ToolAnswer overflow = service.call("search", {{"q", "a"}, {"weight", huge}});
-  EXPECT_EQ(overflow.outcome, Outcome::refused);
-  EXPECT_NE(overflow.text().find("'weight' of search"), std::string_view::npos);
   Mapping nameless;
   nameless.set(1, 2);
   const ToolAnswer unnamed = service.call("search", nameless);
@@ -201,15 +195,14 @@ TEST(ToolService, PublishesItsToolsWithWhatTheyAre) {
   const List wire = service.wire_tools();
   ASSERT_EQ(wire.size(), service.tools().size());
   Mapping first = wire.front().as_mapping();
-  EXPECT_EQ(first.at("name"), Value("search"));
-  EXPECT_EQ(first.at("title"), Value("Search"));
   EXPECT_TRUE(first.at("inputSchema").is_mapping());
-  EXPECT_EQ(first.at("outputSchema"), Value(Mapping{{"type", "object"}}));
-  EXPECT_EQ(first.at("annotations"),
-            Value(Mapping{{"readOnlyHint", true}, {"openWorldHint", false}}));
-  EXPECT_EQ(first.at("icons"),
-            Value(List{Mapping{{"src", "https://a/b.png"}, {"sizes", Value(List{"48x48"})}},
-                       Mapping{{"src", "data:,"}, {"mimeType", "image/png"}, {"theme", "dark"}}}));
+  first.erase("inputSchema");
+  EXPECT_EQ(json_text(first),
+            R"({"name": "search", "description": "Finds text.", "title": "Search", )"
+            R"("outputSchema": {"type": "object"}, )"
+            R"("annotations": {"readOnlyHint": true, "openWorldHint": false}, )"
+            R"("icons": [{"src": "https://a/b.png", "sizes": ["48x48"]}, )"
+            R"({"src": "data:,", "mimeType": "image/png", "theme": "dark"}]})");
   EXPECT_EQ(wire.back().as_mapping().find("title"), nullptr);
   EXPECT_TRUE(service.info("search")->required_capabilities.contains("sampling"));
   EXPECT_EQ(service.info("other"), nullptr);

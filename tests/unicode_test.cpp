@@ -25,28 +25,6 @@ TEST(UnicodeTables, WhiteSpaceIsOneFixedSet) {
   }
 }
 
-TEST(Utf8, WritesTheShortestForm) {
-  struct Case {
-    char32_t code_point;
-    std::string_view bytes;
-  };
-  constexpr Case cases[] = {
-      {0x7F, "\x7F"},
-      {0x80, "\xC2\x80"},
-      {0x7FF, "\xDF\xBF"},
-      {0x800, "\xE0\xA0\x80"},
-      {0xD800, "\xED\xA0\x80"},  // a surrogate
-      {0xFFFF, "\xEF\xBF\xBF"},
-      {0x10000, "\xF0\x90\x80\x80"},
-      {0x10FFFF, "\xF4\x8F\xBF\xBF"},
-  };
-  for (const Case& c : cases) {
-    std::string written = "x";
-    append_utf8(written, c.code_point);
-    EXPECT_EQ(written.substr(1), c.bytes);
-  }
-}
-
 void expect_same(CodePoint actual, CodePoint expected) {
   ASSERT_EQ(static_cast<std::uint32_t>(actual.value), static_cast<std::uint32_t>(expected.value));
   ASSERT_EQ(actual.size, expected.size);

@@ -229,19 +229,15 @@ TEST(Mapping, MayBeReplacedByAPartOfItself) {
 }
 
 // A list in a mapping in a list ..., the innermost value a leaf.
-Value nested(std::size_t levels, Value leaf) {
-  for (std::size_t i = 0; i < levels; ++i) {
-    if (i % 2 == 0) {
-      List list;
-      list.push_back(std::move(leaf));
-      leaf = std::move(list);
-    } else {
-      Mapping mapping;
-      mapping.set("k", std::move(leaf));
-      leaf = std::move(mapping);
-    }
+Value nested(std::size_t levels, const Value& leaf) {
+  ValueBuilder builder;
+  for (std::size_t i = 0; i < levels / 2; ++i) {
+    builder.begin_mapping();
+    builder.key("k");
+    builder.begin_list();
   }
-  return leaf;
+  builder.leaf(leaf);
+  return builder.take();
 }
 
 TEST(Value, NestsAMillionDeep) {

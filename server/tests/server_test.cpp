@@ -100,19 +100,6 @@ TEST(ServerSession, AnswersAsTheProtocolSays) {
   }
 }
 
-TEST(ServerSession, ListsEveryToolAsHostsTakeIt) {
-  ServerSession session(fixture_service(), options);
-  const Lines answers = answers_to(
-      session, modern(R"({"jsonrpc":"2.0","id":1,"method":"tools/list","params":{$modern}})"));
-  const List& tools =
-      parse_json(answers.at(0)).as_mapping().at("result").as_mapping().at("tools").as_list();
-  EXPECT_EQ(tools.size(), fixture_service().tools().size());
-  EXPECT_EQ(answers.at(0).find("\"x-"), std::string::npos);
-  for (const Value& tool : tools) {
-    EXPECT_TRUE(tool.as_mapping().at("inputSchema").as_mapping().contains("properties"));
-  }
-}
-
 TEST(ServerSession, EndsACallOnce) {
   ServerSession session(fixture_service(), options);
   const auto start = [&](int id) {
