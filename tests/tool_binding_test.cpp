@@ -231,6 +231,11 @@ TEST_F(ToolBinding, TellsWhatIsMissing) {
     EXPECT_EQ(missing_arguments("search", std::nullopt, {{"query", given}}), std::nullopt);
   }
   EXPECT_THROW(static_cast<void>(missing_arguments("sea", std::nullopt, {})), UnknownToolError);
+  const ToolSpec taken({.name = "t",
+                        .actions = {{"list"}, {"create"}},
+                        .params = {{.name = "action"}, {.name = "p", .required_for = {"create"}}},
+                        .default_action = "list"});
+  EXPECT_EQ(try_normalize_arguments(taken, {{"action", "create"}}).error(), "t 'create' needs 'p'");
   const ParamSpec blank{.name = "b", .blank_is_value = true};
   EXPECT_TRUE(_given(blank, "") && _given(blank, List{}) && !_given(blank, Value()));
 }
