@@ -6,7 +6,7 @@ copy of the tree, built, and must make a test fail: one of tests/, since the rep
 stops by the clock. Fails when one survives, does not build, or when its old text is no longer exactly
 once in its file.
 
-    tools/mutate.py                 all of them (some half an hour)
+    tools/mutate.py                 all of them (some twenty minutes)
     tools/mutate.py --only trim     those of the files whose name holds this
     tools/mutate.py --check         only whether the old texts are still in their files
 """
